@@ -1,0 +1,46 @@
+#pragma once
+
+// The client side of the trace library: every notable function reports its entry, its exit and
+// its messages here. The library (zelLog.dll) is optional; it is bound by name on first use from
+// the module's own folder, and where it is missing every call is a no-op. Any thread may call.
+
+#include <cstdint>
+
+namespace tarnwell {
+
+/// The library's entry points, all taking 8-bit text (UTF-8). A null entry is never called.
+struct TraceLibrary {
+    void (*traceEnter)(const char* name, ...) = nullptr;
+    void (*traceLeave)(const char* name, ...) = nullptr;
+    void (*traceString)(const char* format, ...) = nullptr;
+    const char* (*getWin32ErrorString)(std::uint32_t code) = nullptr;
+    const char* (*getCkErrorString)(unsigned long code) = nullptr;
+};
+
+/// ReplaceTraceLibrary puts `library` (not owned; null: the system's own again) in place of the
+/// bound one and returns what it replaced. For tests that listen; not synchronised with callers.
+const TraceLibrary* ReplaceTraceLibrary(const TraceLibrary* library) noexcept;
+
+/// TraceString reports a message as it stands: "%" has no meaning in it.
+void TraceString(const char* message) noexcept;
+
+/// TraceString reports `format` with its single "%s" filled by `argument`.
+void TraceString(const char* format, const char* argument) noexcept;
+
+/// GetWin32ErrorString gives the library's text for a Win32 error code, "" without a library.
+const char* GetWin32ErrorString(std::uint32_t code) noexcept;
+
+/// Brackets a traced function: reports its entry, and its exit on every way out.
+class CTraceScope {
+public:
+    /// `name` is the function as "Class::Method"; it must outlive the scope (a literal does).
+    explicit CTraceScope(const char* name) noexcept;
+    ~CTraceScope();
+    CTraceScope(const CTraceScope&) = delete;
+    CTraceScope& operator=(const CTraceScope&) = delete;
+
+private:
+    const char* m_name;
+};
+
+} // namespace tarnwell

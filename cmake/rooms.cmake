@@ -1,0 +1,225 @@
+# The rooms of the house and what belongs to them, by naming convention:
+#
+#   a source ending in _win32.cpp belongs to the Windows build, in _posix.cpp to the native build,
+#   every other source to both;
+#   tests/unit/<room>/*_test.cpp are one test program, <room>_test;
+#   tests/programs/<name>.cpp is a helper program that tests start;
+#   tests/e2e/<name>.sh drives the finished Windows build, tests/e2e/native_<name>.sh the native one;
+#   bench/<name>_bench.cpp and fuzz/<name>_fuzz.cpp are one program each.
+#
+# Sources are found by pattern, so a new file needs no edit here.
+
+# tarnwell_sources(<variable> <folder>...): the folders' sources for this build, deeper ones too.
+function(tarnwell_sources variable)
+    set(sources)
+    foreach(folder IN LISTS ARGN)
+        file(GLOB_RECURSE found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp)
+        list(APPEND sources ${found})
+    endforeach()
+    if(WIN32)
+        list(FILTER sources EXCLUDE REGEX "_posix(_test)?\\.cpp$")
+    else()
+        list(FILTER sources EXCLUDE REGEX "_win32(_test)?\\.cpp$")
+    endif()
+    set(${variable} ${sources} PARENT_SCOPE)
+endfunction()
+
+# tarnwell_static(<target> <sources> <libraries>): a static library, or only its usage where there
+# is nothing to compile.
+function(tarnwell_static target sources libraries)
+    if(sources)
+        add_library(${target} STATIC ${sources})
+        target_link_libraries(${target} PUBLIC tarnwell_flags ${libraries})
+    else()
+        add_library(${target} INTERFACE)
+        target_link_libraries(${target} INTERFACE tarnwell_flags ${libraries})
+    endif()
+endfunction()
+
+# tarnwell_room(<room> <folder> [WINDOWS_ONLY] [LINKS <target>...]): static library tarnwell_<room>.
+function(tarnwell_room room folder)
+    cmake_parse_arguments(PARSE_ARGV 2 arg "WINDOWS_ONLY" "" "LINKS")
+    if(arg_WINDOWS_ONLY AND NOT WIN32)
+        return()
+    endif()
+    tarnwell_sources(sources ${folder})
+    tarnwell_static(tarnwell_${room} "${sources}" "${arg_LINKS}")
+endfunction()
+
+# tarnwell_dll(<name> <folder>): a DLL of the folder's sources and its .def file, Windows only.
+function(tarnwell_dll name folder)
+    if(NOT WIN32)
+        return()
+    endif()
+    tarnwell_sources(sources ${folder})
+    file(GLOB exports CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.def)
+    file(GLOB resources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.rc)
+    if(sources)
+        add_library(${name} SHARED ${sources} ${exports} ${resources})
+        set_target_properties(${name} PROPERTIES PREFIX "")
+        target_link_libraries(${name} PRIVATE tarnwell_flags)
+    endif()
+endfunction()
+
+# tarnwell_app(<app> [OUTPUT <name>] [WINDOWS_ONLY] [LINKS <target>...]): the program apps/<app>. All
+# but main*.cpp is the static library app_<app>, which its unit tests link too. A program with a
+# wide entry (wmain, wWinMain) is linked for it; wWinMain makes it a program without console.
+# What an app builds besides stands in apps/<app>/build.cmake.
+function(tarnwell_app app)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "WINDOWS_ONLY" "OUTPUT" "LINKS")
+    if(TARNWELL_FUZZ OR (arg_WINDOWS_ONLY AND NOT WIN32))
+        return()
+    endif()
+    tarnwell_sources(sources apps/${app})
+    set(entry ${sources})
+    list(FILTER sources EXCLUDE REGEX "/main[^/]*\\.cpp$")
+    list(FILTER entry INCLUDE REGEX "/main[^/]*\\.cpp$")
+    tarnwell_static(app_${app} "${sources}" "${arg_LINKS}")
+    get_target_property(type app_${app} TYPE)
+    if(type STREQUAL "INTERFACE_LIBRARY")
+        target_include_directories(app_${app} INTERFACE ${PROJECT_SOURCE_DIR}/apps)
+    else()
+        target_include_directories(app_${app} PUBLIC ${PROJECT_SOURCE_DIR}/apps)
+    endif()
+    if(NOT entry)
+        return()
+    endif()
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${entry})
+    add_executable(${app} ${entry})
+    target_link_libraries(${app} PRIVATE app_${app})
+    if(arg_OUTPUT)
+        set_target_properties(${app} PROPERTIES OUTPUT_NAME ${arg_OUTPUT})
+    endif()
+    if(WIN32)
+        file(GLOB resources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/apps/${app}/*.rc
+            ${PROJECT_SOURCE_DIR}/apps/${app}/resources/*.rc)
+        target_sources(${app} PRIVATE ${resources})
+        file(STRINGS ${entry} wide REGEX "[ \t](wmain|wWinMain)\\(")
+        if(wide)
+            target_link_options(${app} PRIVATE -municode)
+        endif()
+        if(wide MATCHES "wWinMain")
+            target_link_options(${app} PRIVATE -mwindows)
+        endif()
+    endif()
+    include(${PROJECT_SOURCE_DIR}/apps/${app}/build.cmake OPTIONAL)
+endfunction()
+
+# tarnwell_unit_tests(): one test program a folder of tests/unit, with the helpers of tests/support.
+function(tarnwell_unit_tests)
+    if(TARNWELL_FUZZ)
+        return()
+    endif()
+    tarnwell_sources(support tests/support)
+    add_library(test_support STATIC ${support})
+    target_include_directories(test_support PUBLIC ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(test_support PUBLIC tarnwell_flags tarnwell_text tarnwell_os gmock)
+    # Only this file knows where the checkout lies: the others stay the same in every clone.
+    set_source_files_properties(${PROJECT_SOURCE_DIR}/tests/support/test_paths.cpp PROPERTIES
+        COMPILE_DEFINITIONS
+        "TARNWELL_SOURCE_FOLDER=\"$<$<BOOL:${WIN32}>:Z:>${PROJECT_SOURCE_DIR}\"")
+
+    tarnwell_sources(programs tests/programs)
+    foreach(source IN LISTS programs)
+        get_filename_component(name ${source} NAME_WE)
+        string(REGEX REPLACE "_(win32|posix)$" "" name ${name})
+        add_executable(${name} ${source})
+        target_link_libraries(${name} PRIVATE tarnwell_flags)
+        file(STRINGS ${source} wide REGEX "[ \t]wmain\\(")
+        if(WIN32 AND wide)
+            target_link_options(${name} PRIVATE -municode)
+        endif()
+    endforeach()
+
+    file(GLOB folders CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/tests/unit
+        ${PROJECT_SOURCE_DIR}/tests/unit/*)
+    foreach(room IN LISTS folders)
+        tarnwell_sources(sources tests/unit/${room})
+        if(sources)
+            tarnwell_unit_test(${room} "${sources}")
+        endif()
+    endforeach()
+endfunction()
+
+# tarnwell_unit_test(<room> <sources>): the program <room>_test, run by ctest as one test. A room's
+# test links the room, an app's test the app; any other folder's test gets every room.
+function(tarnwell_unit_test room sources)
+    set(test ${room}_test)
+    if(TARGET tarnwell_${room})
+        set(subject tarnwell_${room})
+    elseif(TARGET app_${room})
+        set(subject app_${room})
+    elseif(WIN32)
+        set(subject tarnwell_extension)
+    else()
+        set(subject tarnwell_crypto tarnwell_net tarnwell_lang)
+    endif()
+    if(room STREQUAL "extension" AND NOT WIN32)
+        return()
+    endif()
+    add_executable(${test} ${sources})
+    target_link_libraries(${test} PRIVATE ${subject} test_support gmock_main)
+    if(room STREQUAL "extension" AND TARGET tarnwell_resources)
+        target_link_libraries(${test} PRIVATE tarnwell_resources)
+        add_dependencies(${test} Tarnwell)
+    endif()
+    if(room STREQUAL "zellog" AND TARGET zelLog)
+        add_dependencies(${test} zelLog)
+    endif()
+    add_test(NAME ${test} COMMAND ${test} WORKING_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+    set_tests_properties(${test} PROPERTIES LABELS unit TIMEOUT 300 ENVIRONMENT
+        "ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1;UBSAN_OPTIONS=print_stacktrace=1")
+endfunction()
+
+# tarnwell_e2e_tests(): every executable script of tests/e2e as one test, with the built programs'
+# folder in TARNWELL_BUILD.
+function(tarnwell_e2e_tests)
+    if(TARNWELL_FUZZ)
+        return()
+    endif()
+    file(GLOB scripts CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/e2e/*.sh)
+    if(WIN32)
+        list(FILTER scripts EXCLUDE REGEX "/native_[^/]*$")
+    else()
+        list(FILTER scripts INCLUDE REGEX "/native_[^/]*$")
+    endif()
+    foreach(script IN LISTS scripts)
+        execute_process(COMMAND test -x ${script} RESULT_VARIABLE notExecutable)
+        if(notExecutable)
+            continue()
+        endif()
+        get_filename_component(name ${script} NAME_WE)
+        add_test(NAME e2e_${name} COMMAND ${script})
+        set_tests_properties(e2e_${name} PROPERTIES LABELS e2e TIMEOUT 600 ENVIRONMENT
+            "TARNWELL_BUILD=${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
+    endforeach()
+endfunction()
+
+# tarnwell_benches(): the benchmark programs, in the native release only.
+function(tarnwell_benches)
+    file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/bench/*_bench.cpp)
+    if(WIN32 OR TARNWELL_FUZZ OR NOT sources OR NOT CMAKE_BUILD_TYPE STREQUAL "Release")
+        return()
+    endif()
+    find_package(benchmark REQUIRED)
+    foreach(source IN LISTS sources)
+        get_filename_component(name ${source} NAME_WE)
+        add_executable(${name} ${source})
+        target_link_libraries(${name} PRIVATE
+            tarnwell_crypto tarnwell_net tarnwell_lang benchmark::benchmark_main)
+    endforeach()
+endfunction()
+
+# tarnwell_fuzz_targets(): the fuzzers, in the fuzz build only.
+function(tarnwell_fuzz_targets)
+    if(NOT TARNWELL_FUZZ)
+        return()
+    endif()
+    file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/fuzz/*_fuzz.cpp)
+    foreach(source IN LISTS sources)
+        get_filename_component(name ${source} NAME_WE)
+        add_executable(${name} ${source})
+        target_link_libraries(${name} PRIVATE tarnwell_crypto tarnwell_net tarnwell_lang)
+        target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    endforeach()
+endfunction()

@@ -1,0 +1,29 @@
+# Shared by the scripts of this folder: where things are kept, and how they speak. Sourced, not run.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cache=${XDG_CACHE_HOME:-${HOME:?HOME is not set, so there is no place for the cache: set XDG_CACHE_HOME}/.cache}/tarnwell
+
+# say TEXT: one line of progress.
+say() {
+    printf '== %s\n' "$*" >&2
+}
+
+# die TEXT HINT...: ends the script with one message: what failed, then what to do about it.
+die() {
+    local what=$1
+    shift
+    printf '\n** %s: %s\n' "$(basename "$0")" "$what" >&2
+    (($# == 0)) || printf '   %s\n' "$@" >&2
+    exit 1
+}
+
+# need PROGRAM...: ends with the install command when a program is missing.
+need() {
+    local program missing=()
+    for program; do
+        command -v "$program" >/dev/null || missing+=("$program")
+    done
+    ((${#missing[@]} == 0)) ||
+        die "these programs are missing: ${missing[*]}" \
+            "Install what the build needs with: scripts/install-packages.sh"
+}

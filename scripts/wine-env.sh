@@ -1,0 +1,20 @@
+# How the scripts run Wine. Sourced, not run.
+
+# The 64-bit loader itself: the wrapper in the path would complain that the 32-bit one is missing.
+wine=/usr/lib/wine/wine64
+[[ -x $wine ]] || wine=$(command -v wine64 || command -v wine || echo wine64)
+wineserver=/usr/lib/wine/wineserver64
+[[ -x $wineserver ]] || wineserver=$(command -v wineserver || echo wineserver)
+export WINESERVER=$wineserver WINELOADER=$wine
+
+export WINEDEBUG=${WINEDEBUG--all}
+# A crash ends the program at once with its code (5: access violation) instead of a debugger.
+export WINEDLLOVERRIDES=${WINEDLLOVERRIDES-winedbg.exe=d}
+# Names on disk are UTF-8, whatever the caller's locale; LANGUAGE and LANG may still choose texts.
+export LC_ALL=${TARNWELL_LOCALE:-C.UTF-8}
+
+# end_server PREFIX: ends every process of the prefix and waits until its server is gone.
+end_server() {
+    WINEPREFIX=$1 "$wineserver" -k >/dev/null 2>&1 || true
+    WINEPREFIX=$1 timeout 20 "$wineserver" -w >/dev/null 2>&1 || true
+}

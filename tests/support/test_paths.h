@@ -1,0 +1,12 @@
+#pragma once
+
+// Where a test finds the files of the checkout. Under Wine the paths start with "Z:".
+
+#include <string>
+
+namespace tarnwell::test {
+
+// TestDataPath gives the path of a file in tests/data, with forward slashes.
+std::string TestDataPath(const std::string& name);
+
+}  // namespace tarnwell::test

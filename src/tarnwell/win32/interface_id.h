@@ -1,0 +1,80 @@
+#pragma once
+
+// The identifiers of the interfaces that are implemented here, and what each inherits. The
+// compiler's own way to them does not link for every interface of the shell.
+
+#include "common/system/os/windows.h"
+// Windows' shell headers need windows.h before them.
+#include <shlobj.h>
+#include <unknwn.h>
+
+namespace tarnwell {
+
+/// One specialisation an interface: its identifier (Windows SDK header named beside it) and the
+/// interface it derives from, to which an object that offers it answers as well.
+template <class Interface>
+struct InterfaceTraits;
+
+template <>
+struct InterfaceTraits<IUnknown> {  // unknwn.h
+    static constexpr IID kId = {0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+};
+template <>
+struct InterfaceTraits<IClassFactory> {  // unknwn.h
+    using Base = IUnknown;
+    static constexpr IID kId = {1, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+};
+template <>
+struct InterfaceTraits<IPersist> {  // objidl.h
+    using Base = IUnknown;
+    static constexpr IID kId = {0x10C, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+};
+template <>
+struct InterfaceTraits<IPersistFile> {  // objidl.h
+    using Base = IPersist;
+    static constexpr IID kId = {0x10B, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+};
+template <>
+struct InterfaceTraits<IContextMenu> {  // shobjidl.h
+    using Base = IUnknown;
+    static constexpr IID kId = {0x214E4, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+};
+template <>
+struct InterfaceTraits<IShellExtInit> {  // shobjidl.h
+    using Base = IUnknown;
+    static constexpr IID kId = {0x214E8, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+};
+template <>
+struct InterfaceTraits<IExtractIconW> {  // shlobj.h
+    using Base = IUnknown;
+    static constexpr IID kId = {0x214FA, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+};
+template <>
+struct InterfaceTraits<IQueryInfo> {  // shlobj.h
+    using Base = IUnknown;
+    static constexpr IID kId = {0x21500, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+};
+
+template <class Interface>
+inline constexpr const IID& kInterfaceId = InterfaceTraits<Interface>::kId;
+
+/// Covers tells whether `id` names the interface or one that it derives from.
+template <class Interface>
+bool Covers(REFIID id) noexcept {
+    if (IsEqualIID(id, kInterfaceId<Interface>))
+        return true;
+    if constexpr (requires { typename InterfaceTraits<Interface>::Base; })
+        return Covers<typename InterfaceTraits<Interface>::Base>(id);
+    return false;
+}
+
+/// FindInterface gives `object` as the first of `Interfaces` that covers `id`, without counting a
+/// reference; null when none does.
+template <class... Interfaces, class Object>
+void* FindInterface(Object* object, REFIID id) noexcept {
+    void* found = nullptr;
+    (void)((Covers<Interfaces>(id) && (found = static_cast<Interfaces*>(object))) || ...);
+    return found;
+}
+
+}  // namespace tarnwell

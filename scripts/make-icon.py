@@ -1,0 +1,98 @@
+#!/usr/bin/env python3
+"""Builds a Windows icon from an SVG drawing: make-icon.py DRAWING.svg OUT.ico SIZE...
+
+Each SIZE gives one square image of 32 bits a pixel. A pixel is either opaque or fully transparent
+(alpha 255 or 0, the limit at one half): menus on older themes draw a half-transparent edge as a
+dark fringe. Needs rsvg-convert.
+"""
+
+import struct
+import subprocess
+import sys
+import zlib
+
+
+def unfiltered(data, width, height, pixel_size):
+    """Undoes the row filters of PNG (RFC 2083, section 6) and gives the rows."""
+    stride = width * pixel_size
+    previous = bytearray(stride)
+    rows = []
+    for y in range(height):
+        start = y * (stride + 1)
+        kind, row = data[start], bytearray(data[start + 1 : start + 1 + stride])
+        for i in range(stride):
+            left = row[i - pixel_size] if i >= pixel_size else 0
+            up = previous[i]
+            corner = previous[i - pixel_size] if i >= pixel_size else 0
+            if kind == 1:
+                guess = left
+            elif kind == 2:
+                guess = up
+            elif kind == 3:
+                guess = (left + up) // 2
+            elif kind == 4:
+                base = left + up - corner
+                guess = min((left, up, corner), key=lambda value: abs(base - value))
+            else:
+                guess = 0
+            row[i] = (row[i] + guess) & 255
+        rows.append(row)
+        previous = row
+    return rows
+
+
+def rendered(drawing, size):
+    """Draws the SVG and gives its rows, top first, of 4 bytes a pixel: red, green, blue, alpha."""
+    png = subprocess.run(
+        ["rsvg-convert", "--width", str(size), "--height", str(size), "--format", "png", drawing],
+        check=True, stdout=subprocess.PIPE).stdout
+    position, packed, header = 8, b"", None
+    while position < len(png):
+        length, kind = struct.unpack(">I4s", png[position : position + 8])
+        body = png[position + 8 : position + 8 + length]
+        if kind == b"IHDR":
+            header = struct.unpack(">IIBBBBB", body)
+        elif kind == b"IDAT":
+            packed += body
+        position += length + 12
+    if header is None or header[:2] != (size, size) or header[2:] != (8, 6, 0, 0, 0):
+        sys.exit(f"{drawing}: drew an unexpected kind of picture, {header}")
+    return unfiltered(zlib.decompress(packed), size, size, 4)
+
+
+def image(drawing, size):
+    """Gives the icon's image: a DIB header, the pixels bottom-up as BGRA, then the mask of 1 bit."""
+    pixels, mask = bytearray(), bytearray()
+    for row in reversed(rendered(drawing, size)):
+        hidden = 0
+        for x in range(size):
+            red, green, blue, alpha = row[4 * x : 4 * x + 4]
+            if alpha >= 128:
+                pixels += bytes((blue, green, red, 255))
+            else:
+                pixels += bytes(4)
+                hidden |= 1 << (size - 1 - x)
+        mask_width = (size + 31) // 32 * 32
+        mask += (hidden << (mask_width - size)).to_bytes(mask_width // 8, "big")
+    header = struct.pack("<IiiHHIIiiII", 40, size, 2 * size, 1, 32, 0, len(pixels) + len(mask),
+                         0, 0, 0, 0)
+    return header + pixels + mask
+
+
+def main(arguments):
+    if len(arguments) < 3 or not all(size.isdigit() and 0 < int(size) <= 256
+                                     for size in arguments[2:]):
+        sys.exit(__doc__)
+    drawing, out, sizes = arguments[0], arguments[1], [int(size) for size in arguments[2:]]
+    images = [image(drawing, size) for size in sizes]
+    offset = 6 + 16 * len(images)
+    directory = struct.pack("<HHH", 0, 1, len(images))
+    for size, data in zip(sizes, images):
+        directory += struct.pack("<BBBBHHII", size & 255, size & 255, 0, 0, 1, 32, len(data), offset)
+        offset += len(data)
+    with open(out, "wb") as file:
+        file.write(directory + b"".join(images))
+
+
+if __name__ == "__main__":
+    main(sys.argv[1:])

@@ -19,4 +19,4 @@ void* SecureAllocate32(std::size_t units);
 /// SecureFree wipes and takes back a block of either function; null is allowed.
 void SecureFree(void* block) noexcept;
 
-} // namespace tarnwell
+}  // namespace tarnwell

@@ -54,4 +54,4 @@ constexpr int HexValue(char digit) noexcept {
 /// Trimmed is the text without any of `units` at both ends.
 std::string_view Trimmed(std::string_view text, std::string_view units) noexcept;
 
-} // namespace tarnwell
+}  // namespace tarnwell

@@ -85,4 +85,4 @@ struct CUTF32Encoding {
     }
 };
 
-} // namespace tarnwell
+}  // namespace tarnwell

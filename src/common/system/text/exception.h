@@ -20,4 +20,4 @@ private:
     CISOString m_message;
 };
 
-} // namespace tarnwell
+}  // namespace tarnwell

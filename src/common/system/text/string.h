@@ -186,4 +186,4 @@ using CISOString = CTString<CISOEncoding>;
 using CUTF16String = CTString<CUTF16Encoding>;
 using CUTF32String = CTString<CUTF32Encoding>;
 
-} // namespace tarnwell
+}  // namespace tarnwell

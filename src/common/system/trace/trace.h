@@ -21,6 +21,14 @@ struct TraceLibrary {
 /// bound one and returns what it replaced. For tests that listen; not synchronised with callers.
 const TraceLibrary* ReplaceTraceLibrary(const TraceLibrary* library) noexcept;
 
+/// OpenTrace says that the module is attached, so that a call may load the library from now on.
+/// A DLL calls it as the last act of its attach notification; in a program it is open from the
+/// start. Until then messages wait (the first eight, cut to 255 bytes) and all else is silent.
+void OpenTrace() noexcept;
+
+/// CloseTrace says that the module is being detached: no call reaches the library any more.
+void CloseTrace() noexcept;
+
 /// TraceString reports a message as it stands: "%" has no meaning in it.
 void TraceString(const char* message) noexcept;
 
@@ -28,12 +36,17 @@ void TraceString(const char* message) noexcept;
 void TraceString(const char* format, const char* argument) noexcept;
 
 /// GetWin32ErrorString gives the library's text for a Win32 error code, "" without a library.
+/// The text is the library's: valid until the same thread asks for the next one.
 const char* GetWin32ErrorString(std::uint32_t code) noexcept;
+
+/// GetCkErrorString gives the library's text for a PKCS#11 return value, "" without a library.
+const char* GetCkErrorString(unsigned long code) noexcept;
 
 /// Brackets a traced function: reports its entry, and its exit on every way out.
 class CTraceScope {
 public:
-    /// `name` is the function as "Class::Method"; it must outlive the scope (a literal does).
+    /// `name` is the function as "Class::Method"; it must outlive the scope (a literal does) and
+    /// hold no "%".
     explicit CTraceScope(const char* name) noexcept;
     ~CTraceScope();
     CTraceScope(const CTraceScope&) = delete;
@@ -43,4 +56,4 @@ private:
     const char* m_name;
 };
 
-} // namespace tarnwell
+}  // namespace tarnwell

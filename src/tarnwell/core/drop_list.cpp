@@ -21,7 +21,7 @@ std::uint32_t Load32(std::span<const std::byte> block, std::size_t at) noexcept 
     return value;
 }
 
-} // namespace
+}  // namespace
 
 std::optional<CDropList> CDropList::Open(std::span<const std::byte> block) noexcept {
     if (block.size() < kHeaderBytes)
@@ -43,8 +43,7 @@ std::optional<CDropList> CDropList::Open(std::span<const std::byte> block) noexc
     }
 }
 
-std::optional<std::size_t>
-CDropList::NameBytes(std::span<const std::byte> names) const noexcept {
+std::optional<std::size_t> CDropList::NameBytes(std::span<const std::byte> names) const noexcept {
     const std::size_t step = UnitBytes();
     for (std::size_t at = 0; names.size() - at >= step; at += step) {
         const bool isZero = names[at] == std::byte{0} && names[at + step - 1] == std::byte{0};
@@ -69,4 +68,4 @@ DropName CDropList::Take(std::span<const std::byte>& names) const {
     return {CUTF16String(std::u16string_view(units)), Utf8FromUtf16(units)};
 }
 
-} // namespace tarnwell
+}  // namespace tarnwell

@@ -1,0 +1,60 @@
+#include "support/temp_folder.h"
+
+#include <cstdint>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <stdexcept>
+#include <system_error>
+
+namespace tarnwell::test {
+namespace {
+
+std::filesystem::path FromUtf8(std::string_view name) {
+    return std::filesystem::path(std::u8string(name.begin(), name.end()));
+}
+
+}  // namespace
+
+CTempFolder::CTempFolder() {
+    std::random_device random;
+    do {
+        const std::uint64_t number = std::uint64_t{random()} << 32 | random();
+        m_path =
+            std::filesystem::temp_directory_path() / ("tarnwell test " + std::to_string(number));
+    } while (!std::filesystem::create_directory(m_path));
+}
+
+CTempFolder::~CTempFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+}
+
+std::filesystem::path CTempFolder::operator/(std::string_view name) const {
+    return m_path / FromUtf8(name);
+}
+
+std::filesystem::path CTempFolder::Write(std::string_view name, std::string_view bytes) const {
+    std::filesystem::path path = *this / name;
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    file.close();
+    if (!file)
+        throw std::runtime_error("cannot write " + path.string());
+    return path;
+}
+
+std::string ReadBytes(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::string bytes(std::istreambuf_iterator<char>(file), {});
+    if (!file.is_open())
+        throw std::runtime_error("cannot read " + path.string());
+    return bytes;
+}
+
+CUTF16String Utf16(const std::filesystem::path& path) {
+    return CUTF16String(path.u16string());
+}
+
+}  // namespace tarnwell::test

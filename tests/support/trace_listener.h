@@ -1,0 +1,51 @@
+#pragma once
+
+// Stands in for the trace library while it lives and keeps what the code under test reports, so
+// that a test can say which functions and messages it expects. One at a time; lines of several
+// threads are kept in the order in which they came. While it lives GetWin32ErrorString(5) gives
+// "Win32 error 5" and GetCkErrorString(5) "CK error 5".
+
+#include <cstddef>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "common/system/trace/trace.h"
+
+namespace tarnwell::test {
+
+class CTraceListener {
+public:
+    CTraceListener();
+    ~CTraceListener();
+    CTraceListener(const CTraceListener&) = delete;
+    CTraceListener& operator=(const CTraceListener&) = delete;
+
+    /// Lines gives everything so far: "enter X", "leave X", and messages as they stand, filled in.
+    std::vector<std::string> Lines() const;
+
+    /// Messages gives the messages alone, without entries and exits.
+    std::vector<std::string> Messages() const;
+
+    /// Count tells how often `line` (as in Lines) was reported.
+    std::size_t Count(const std::string& line) const;
+
+    void Clear();
+
+private:
+    enum class EKind { kScope, kMessage };
+    struct Entry {
+        EKind kind;
+        std::string line;
+    };
+    static void Enter(const char* name, ...);
+    static void Leave(const char* name, ...);
+    static void Message(const char* format, ...);
+    void Add(EKind kind, std::string line);
+
+    mutable std::mutex m_mutex;
+    std::vector<Entry> m_entries;
+    const TraceLibrary* m_replaced;
+};
+
+}  // namespace tarnwell::test

@@ -1,19 +1,38 @@
 #pragma once
 
-// The identifiers of the three handler classes. They are fixed for good: registries out there
-// name them.
+// The identifiers of the three handler classes, as COM takes them.
 
 #include "common/system/os/windows.h"
+#include "common/system/text/convert.h"
+#include "tarnwell/core/registration_table.h"
 
 namespace tarnwell {
 
-inline constexpr CLSID CLSID_ContextMenu = {
-    0x0d526b21, 0x4823, 0x426d, {0xa4, 0xb4, 0x1a, 0xd3, 0xb8, 0x30, 0x5e, 0xfc}};
+/// ClassIdFromText reads "{xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}" at compile time.
+consteval CLSID ClassIdFromText(std::u16string_view text) {
+    std::size_t at = 1;
+    const auto number = [&](int digits) {
+        unsigned long value = 0;
+        while (digits > 0) {
+            const char16_t unit = text.at(at++);
+            if (unit == u'-')
+                continue;
+            value = value << 4 | static_cast<unsigned long>(HexValue(static_cast<char>(unit)));
+            --digits;
+        }
+        return value;
+    };
+    CLSID id{};
+    id.Data1 = number(8);
+    id.Data2 = static_cast<unsigned short>(number(4));
+    id.Data3 = static_cast<unsigned short>(number(4));
+    for (unsigned char& byte : id.Data4)
+        byte = static_cast<unsigned char>(number(2));
+    return id;
+}
 
-inline constexpr CLSID CLSID_ExtractIcon = {
-    0xf0778da1, 0xecee, 0x4721, {0xb0, 0x55, 0x80, 0x46, 0xa0, 0x02, 0x8a, 0x87}};
-
-inline constexpr CLSID CLSID_ShellHover = {
-    0xb6f0b3f7, 0x85b2, 0x458a, {0x8a, 0x87, 0x46, 0x16, 0x1c, 0x08, 0x77, 0x22}};
+inline constexpr CLSID CLSID_ContextMenu = ClassIdFromText(kContextMenuClass);
+inline constexpr CLSID CLSID_ExtractIcon = ClassIdFromText(kExtractIconClass);
+inline constexpr CLSID CLSID_ShellHover = ClassIdFromText(kShellHoverClass);
 
 }  // namespace tarnwell

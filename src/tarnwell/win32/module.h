@@ -5,6 +5,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstdint>
 
 #include "common/system/os/windows.h"
 #include "tarnwell/win32/object_table.h"
@@ -35,16 +36,21 @@ public:
     /// CanUnloadNow answers S_OK when nothing keeps the DLL loaded, S_FALSE otherwise.
     HRESULT CanUnloadNow() noexcept;
 
-    CModule() noexcept;
+    CModule() noexcept { InitializeCriticalSection(&m_section); }
+    /// The destructor runs when the DLL is unloaded; nothing of it is in use any more.
     ~CModule();
     CModule(const CModule&) = delete;
     CModule& operator=(const CModule&) = delete;
 
 private:
+    /// CachedClassObject gives entry `index` of the object table's class object, whose reference
+    /// stays the cache's; makes it the first time. Throws std::bad_alloc.
+    IClassFactory& CachedClassObject(std::size_t index);
+
     HINSTANCE m_instance = nullptr;
     std::atomic<std::int32_t> m_locks{0};
-    CRITICAL_SECTION m_section;                                // guards m_classObjects
-    std::array<IClassFactory*, kClassCount> m_classObjects{};  // made on demand, one reference each
+    CRITICAL_SECTION m_section;  // guards the class objects while they come into being
+    std::array<IClassFactory*, kClassCount> m_classObjects{};  // one reference each
 };
 
 /// Module is the process's one module.

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "common/system/os/windows.h"
+#include "tarnwell/win32/registration.h"
 // Windows last.
 #include <unknwn.h>
 
@@ -17,6 +18,8 @@ struct ObjectTableEntry {
     const CLSID* classId;
     /// Makes the class object; its one reference is the caller's. Throws std::bad_alloc.
     IClassFactory* (*makeClassObject)();
+    /// Registers or unregisters the class.
+    HRESULT (*updateRegistry)(ERegistryUpdate update, HKEY root);
 };
 
 /// ObjectTable gives all classes, in the order in which they are registered.

@@ -1,0 +1,15 @@
+#pragma once
+
+// Starting a program whose output the caller reads. Keeps no state; any thread may call.
+
+#include "common/system/os/windows.h"
+
+namespace tarnwell {
+
+/// StartWithOutput runs `commandLine`, which alone names the program, in the caller's environment
+/// and folder, with `output` (an inheritable handle, the caller's to close) as its standard output
+/// and error and no standard input. No other handle reaches the program. True when it was
+/// started; nothing is kept of it. Throws std::bad_alloc.
+bool StartWithOutput(const CUTF16String& commandLine, HANDLE output);
+
+}  // namespace tarnwell

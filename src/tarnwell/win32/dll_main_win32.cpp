@@ -1,0 +1,31 @@
+// The DLL's entry point and its four exports.
+
+#include "tarnwell/win32/module.h"
+#include "tarnwell/win32/registration.h"
+
+using namespace tarnwell;
+
+/// Runs under the loader lock: it remembers the handle and does nothing else.
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+    if (reason == DLL_PROCESS_ATTACH) {
+        Module().Attach(instance);
+        DisableThreadLibraryCalls(instance);
+    }
+    return TRUE;
+}
+
+STDAPI DllGetClassObject(REFCLSID classId, REFIID id, LPVOID* object) {
+    return Module().GetClassObject(classId, id, object);
+}
+
+STDAPI DllCanUnloadNow() {
+    return Module().CanUnloadNow();
+}
+
+STDAPI DllRegisterServer() {
+    return UpdateAllClasses(ERegistryUpdate::kRegister, HKEY_CLASSES_ROOT);
+}
+
+STDAPI DllUnregisterServer() {
+    return UpdateAllClasses(ERegistryUpdate::kUnregister, HKEY_CLASSES_ROOT);
+}

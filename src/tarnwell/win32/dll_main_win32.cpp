@@ -1,15 +1,20 @@
 // The DLL's entry point and its four exports.
 
+#include "common/system/trace/trace.h"
 #include "tarnwell/win32/module.h"
 #include "tarnwell/win32/registration.h"
 
 using namespace tarnwell;
 
-/// Runs under the loader lock: it remembers the handle and does nothing else.
+/// Runs under the loader lock: it remembers the handle, tells the trace from when to when calls
+/// into another library are allowed, and does nothing else.
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
     if (reason == DLL_PROCESS_ATTACH) {
         Module().Attach(instance);
         DisableThreadLibraryCalls(instance);
+        OpenTrace();
+    } else if (reason == DLL_PROCESS_DETACH) {
+        CloseTrace();
     }
     return TRUE;
 }

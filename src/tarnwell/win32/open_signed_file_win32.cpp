@@ -1,12 +1,13 @@
 #include "tarnwell/win32/open_signed_file.h"
 
+#include "common/crypto/pkcs7_request.h"
+#include "common/system/os/windows.h"
+#include "common/system/trace/trace.h"
+
 #include <openssl/crypto.h>
 
 #include <utility>
 
-#include "common/crypto/pkcs7_request.h"
-#include "common/system/os/windows.h"
-#include "common/system/trace/trace.h"
 // Windows last.
 #include <shellapi.h>
 

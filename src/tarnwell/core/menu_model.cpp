@@ -21,17 +21,21 @@ constexpr MenuCommand kOpenCommands[] = {
     {0, kActionOpen, "menu.open", "recover", "open command clicked", 0},
     {2, kActionRecover, kRecover, "recover", "sign command clicked", 0},
 };
-constexpr const MenuCommand& kOpenCommand = kOpenCommands[0];
-constexpr const MenuCommand& kRecoverCommand = kOpenCommands[1];
+constexpr const MenuCommand* kSeparator = nullptr;
+constexpr const MenuCommand* kProtectRows[] = {
+    kSeparator, &kProtectCommands[0], &kProtectCommands[1], &kProtectCommands[2], kSeparator,
+};
+constexpr const MenuCommand* kOpenRows[] = {
+    kSeparator,
+    &kOpenCommands[1],
+    &kOpenCommands[0],
+    kSeparator,
+};
 
 std::span<const MenuCommand> Commands(EMenuMode mode) noexcept {
     if (mode == EMenuMode::kOpen)
         return kOpenCommands;
     return kProtectCommands;
-}
-
-MenuRow RowOf(const MenuCommand& command) noexcept {
-    return {&command, command.textKey};
 }
 
 }  // namespace
@@ -47,18 +51,10 @@ bool MenuFits(EMenuMode mode, std::uint32_t first, std::uint32_t last) noexcept 
     return last >= first + room;
 }
 
-std::vector<MenuRow> MenuRows(EMenuMode mode, const char* recoverKey) {
-    const MenuRow separator;
-    if (mode == EMenuMode::kProtect) {
-        return {separator, RowOf(kProtectCommands[0]), RowOf(kProtectCommands[1]),
-                RowOf(kProtectCommands[2]), separator};
-    }
-    std::vector<MenuRow> rows = {separator};
-    if (recoverKey)
-        rows.push_back({&kRecoverCommand, recoverKey});
-    rows.push_back(RowOf(kOpenCommand));
-    rows.push_back(separator);
-    return rows;
+std::span<const MenuCommand* const> MenuRows(EMenuMode mode) noexcept {
+    if (mode == EMenuMode::kOpen)
+        return kOpenRows;
+    return kProtectRows;
 }
 
 const char* RecoverKey(bool isOnlyEncrypted) noexcept {
@@ -73,7 +69,7 @@ const MenuCommand* FindCommand(EMenuMode mode, std::uint64_t offset) noexcept {
 
 std::optional<std::string_view> VerbAt(EMenuMode mode, std::uint64_t offset) noexcept {
     if (mode == EMenuMode::kOpen)
-        return kOpenCommand.verb;
+        return kOpenCommands[0].verb;
     const MenuCommand* command = FindCommand(mode, offset);
     return command ? std::optional(command->verb) : std::nullopt;
 }

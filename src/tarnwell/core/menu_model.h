@@ -8,7 +8,6 @@
 #include <optional>
 #include <span>
 #include <string_view>
-#include <vector>
 
 #include "tarnwell/core/request_codes.h"
 
@@ -22,16 +21,10 @@ enum class EMenuMode : std::uint8_t {
 struct MenuCommand {
     std::uint32_t offset;  ///< from the first id that the shell gave
     ActionCode action;
-    const char* textKey;  ///< in the catalogue
+    const char* textKey;  ///< in the catalogue; for recovering see RecoverKey
     std::string_view verb;
     const char* traceLine;  ///< reported when the command is carried out
     std::uint16_t icon;     ///< resource id of its picture, 0 for none
-};
-
-/// A row of the menu: a command, or a separator where there is none.
-struct MenuRow {
-    const MenuCommand* command = nullptr;
-    const char* textKey = nullptr;
 };
 
 /// The number that a filled menu answers: command offsets lie below it.
@@ -45,12 +38,11 @@ bool IsContainerName(std::u16string_view path) noexcept;
 /// protecting commands ask for one id more than they use, the opening ones for as many.
 bool MenuFits(EMenuMode mode, std::uint32_t first, std::uint32_t last) noexcept;
 
-/// MenuRows gives the rows of a mode from top to bottom, separators included. `recoverKey` is the
-/// text of the recover row in open mode; null leaves that row out. Unused in protect mode.
-std::vector<MenuRow> MenuRows(EMenuMode mode, const char* recoverKey = nullptr);
+/// MenuRows gives the rows of a mode from top to bottom: a command, or null for a separator.
+std::span<const MenuCommand* const> MenuRows(EMenuMode mode) noexcept;
 
-/// RecoverKey is the catalogue key of the recover row: files that are encrypted and not signed
-/// are recovered, all others are verified as well.
+/// RecoverKey is the catalogue key of the recover row once the file's type is known: a file that is
+/// encrypted and not signed is recovered, any other is verified as well.
 const char* RecoverKey(bool isOnlyEncrypted) noexcept;
 
 /// FindCommand gives the command at `offset`, null where the mode has none.

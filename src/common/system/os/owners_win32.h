@@ -5,6 +5,9 @@
 #include "common/system/os/unique.h"
 #include "common/system/os/windows.h"
 
+// objbase.h needs windows.h before it.
+#include <objbase.h>
+
 namespace tarnwell {
 
 /// Kernel handles: pipes, processes, threads, events. Null is "none".
@@ -58,4 +61,14 @@ struct MenuTraits {
 };
 using CUniqueMenu = CUnique<MenuTraits>;
 
-} // namespace tarnwell
+/// What a function of the shell or of COM hands out for CoTaskMemFree: paths, lists, names.
+template <class T>
+struct TaskMemoryTraits {
+    using Value = T*;
+    static Value Invalid() noexcept { return nullptr; }
+    static void Close(Value value) noexcept { CoTaskMemFree(value); }
+};
+template <class T>
+using CUniqueTaskMemory = CUnique<TaskMemoryTraits<T>>;
+
+}  // namespace tarnwell

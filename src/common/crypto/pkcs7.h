@@ -87,6 +87,8 @@ public:
     /// Error gives the code of the last failure.
     CPKCS7_ERROR Error() const noexcept { return m_error; }
     const CUTF16String& Path() const noexcept { return m_path; }
+    /// WasWritten tells whether the last Recover wrote a whole file, which its result does not.
+    bool WasWritten() const noexcept { return m_written; }
 
 private:
     friend class CPKCS7Request;  // releases the parsed structure when the request ends
@@ -94,12 +96,12 @@ private:
     [[noreturn]] void Fail(CPKCS7_ERROR code);
     [[noreturn]] void Fail(const char* message, CPKCS7_ERROR code);
     int ContentType();
-    CUniqueBio OpenContent(X509* certificate, EVP_PKEY* key);
 
     CPKCS7_ERROR m_error = CPKCS7_ERROR::NONE;
     CUTF16String m_path;
     PKCS7* m_pkcs7 = nullptr;
     CCertificateBin* m_duplicates;
+    bool m_written = false;
 };
 
 }  // namespace tarnwell

@@ -39,11 +39,13 @@ public:
     /// empty is the input's path with ".p7" appended. Returns NONE or the code of the failure:
     /// 0x3 no input path, 0x50 no signer or recipient, 0x1 unreadable input, 0x2 and 0x12 OpenSSL,
     /// 0x10 for an exception while writing. A target that cannot be opened or written goes
-    /// unreported: look at the file. Throws CPKCS7_ERROR 0x2 if a BIO cannot be flushed.
+    /// unreported: ask WasWritten. Throws CPKCS7_ERROR 0x2 if a BIO cannot be flushed.
     CPKCS7_ERROR Build(CUTF16String inputPath, CUTF16String outputPath);
 
     /// Error gives the code of the last failure.
     CPKCS7_ERROR Error() const noexcept { return m_error; }
+    /// WasWritten tells whether the last Build wrote the whole file, which its result does not.
+    bool WasWritten() const noexcept { return m_written; }
 
 private:
     void Build_sign(CUniquePkcs7& p7, CDigestRegistration& registration);
@@ -52,10 +54,18 @@ private:
 
     void AddRecipients(CUniquePkcs7& p7);
     void AddSigners(CUniquePkcs7& p7, CDigestRegistration& registration, bool withSigningTime);
+
+    /// Encloses the input and encodes the whole file; null with m_error set.
+    CUniqueBio Enclose(PKCS7* p7, const CUTF16String& inputPath);
+    /// Reads the input through the chain of digests and ciphers; null with m_error set.
+    CUniqueBio Digest(PKCS7* p7, const CUTF16String& inputPath);
+    std::vector<const EVP_MD*> Digests() const;
+
     CPKCS7_ERROR Fail(const char* message, CPKCS7_ERROR code) noexcept;
 
     CPKCS7_ERROR m_error = CPKCS7_ERROR::NONE;
     CPKCS7_TYPE m_type;
+    bool m_written = false;
     std::vector<CUniqueX509> m_recipients;
     std::vector<std::unique_ptr<SignerParams>> m_signers;
 };

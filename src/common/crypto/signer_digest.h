@@ -2,7 +2,10 @@
 
 // Lets a signer's own EVP_MD object compute the digests of a file that is built: by its place in
 // OpenSSL's name table, and, since OpenSSL 3 looks there last, by hanging it into the chain of
-// digests and signing with it. Used while one file is built, by one thread of the process.
+// digests and by signing with it. Where several signers bring an object for one type of digest,
+// the last one's counts. Used while one file is built, by one thread of the process.
+
+#include <span>
 
 #include <openssl/evp.h>
 #include <openssl/pkcs7.h>
@@ -18,7 +21,8 @@ public:
     CDigestRegistration& operator=(const CDigestRegistration&) = delete;
     ~CDigestRegistration() { PutBack(); }
 
-    /// Replace registers `digest` under "SHA256"; the first call notes what stood there.
+    /// Replace registers `digest` under "SHA256"; the first call notes what stood there. Null is
+    /// not registered.
     void Replace(const EVP_MD* digest) noexcept;
 
     /// PutBack registers again what stood there before the first Replace; without one it does
@@ -30,14 +34,17 @@ private:
     const char* m_saved = nullptr;  ///< as the table holds it; null: the name was not registered
 };
 
-/// UseDigest makes `digest` compute every digest of its type in `chain`; to be called before the
-/// content is written into it. Returns false if OpenSSL refuses it.
-bool UseDigest(BIO* chain, const EVP_MD* digest) noexcept;
+/// The signers' digest objects in the signers' order; null entries are skipped.
+using CDigestView = std::span<const EVP_MD* const>;
 
-/// SignAttributes finishes the signers whose digest is of `digest`'s type: adds the content's
-/// digest from `chain` and, if absent, the signing time to the signed attributes and signs them,
-/// computed by `digest`. The signers lose their keys, so that PKCS7_dataFinal leaves them alone.
-/// Returns false with the reason in OpenSSL's error queue.
-bool SignAttributes(PKCS7* p7, BIO* chain, const EVP_MD* digest) noexcept;
+/// UseDigests hangs the objects into `chain`, each in the place of the digest of its type; to be
+/// called before the content is written into it. False if OpenSSL refuses one.
+bool UseDigests(BIO* chain, CDigestView digests) noexcept;
+
+/// SignWithDigests finishes every signer that has an object for its type of digest: completes the
+/// signed attributes with the content's digest from `chain` and, if absent, the signing time, and
+/// signs them. These signers lose their keys, so that PKCS7_dataFinal leaves them as they are.
+/// False with the reason in OpenSSL's error queue.
+bool SignWithDigests(PKCS7* p7, BIO* chain, CDigestView digests) noexcept;
 
 }  // namespace tarnwell

@@ -1,31 +1,42 @@
 #include "common/system/memory/secure_memory.h"
 
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <stdexcept>
+#include <new>
+
+#include "common/system/memory/secure_zones.h"
 
 namespace tarnwell {
+namespace {
+
+// Never destroyed as an object: a string that outlives the zones (a static one of another file, a
+// leaked one) still finds it, closed, and its release is ignored.
+alignas(CSecureZones) constinit unsigned char s_storage[sizeof(CSecureZones)] = {};
+
+CSecureZones& Zones() noexcept {
+    static CSecureZones* const zones = new (s_storage) CSecureZones(OsZoneSystem());
+    return *zones;
+}
+
+// Made before every other static object of the module and therefore destroyed after them all, at
+// the end of the process or when the module is unloaded.
+struct ZonesLifetime {
+    ZonesLifetime() noexcept { Zones(); }
+    ~ZonesLifetime() { Zones().Close(); }
+};
+[[gnu::init_priority(101)]] ZonesLifetime s_lifetime;
+
+}  // namespace
 
 void* SecureAllocate(std::size_t bytes) {
-    auto* block =
-        bytes < SIZE_MAX - 16 ? static_cast<std::size_t*>(std::malloc(bytes + 16)) : nullptr;
-    if (!block)
-        throw std::runtime_error("SecureAllocator: there is no more block big enough");
-    block[0] = bytes;
-    return block + 2;
+    return Zones().Allocate(bytes);
 }
 
 void* SecureAllocate32(std::size_t units) {
-    return SecureAllocate(units > SIZE_MAX / 8 ? SIZE_MAX : units * 4);
+    return Zones().Allocate(units > SIZE_MAX / 4 ? SIZE_MAX : units * 4);
 }
 
 void SecureFree(void* block) noexcept {
-    if (!block)
-        return;
-    std::size_t* start = static_cast<std::size_t*>(block) - 2;
-    std::memset(block, 0, start[0]);
-    std::free(start);
+    Zones().Free(block);
 }
 
 }  // namespace tarnwell

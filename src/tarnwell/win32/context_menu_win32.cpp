@@ -11,6 +11,8 @@
 #include "tarnwell/win32/context_menu_selection.h"
 #include "tarnwell/win32/guard.h"
 #include "tarnwell/win32/menu_bitmap.h"
+// Windows last: the masks of a command's structure are defined through this header.
+#include <shellapi.h>
 
 namespace tarnwell {
 namespace {

@@ -19,11 +19,10 @@ constexpr UINT kMaxSide = 256;
 constexpr UINT kPixelBytes = 4;
 
 CUniqueIcon LoadSmallIcon(std::uint16_t icon) noexcept {
-    CUniqueIcon loaded;
-    if (FAILED(
-            LoadIconMetric(Module().Instance(), MAKEINTRESOURCEW(icon), LIM_SMALL, loaded.Put())))
-        loaded.Release();
-    return loaded;
+    HICON loaded = nullptr;
+    const HRESULT result =
+        LoadIconMetric(Module().Instance(), MAKEINTRESOURCEW(icon), LIM_SMALL, &loaded);
+    return CUniqueIcon(SUCCEEDED(result) ? loaded : nullptr);
 }
 
 ComPtr<IWICBitmap> PixelsOf(HICON icon) noexcept {

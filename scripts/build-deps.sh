@@ -174,7 +174,7 @@ build() {
     need tar xz perl make "${compiler[$target]}" "${archiver[$target]}"
     fetch openssl "$openssl_tarball" "$openssl_sha256"
     fetch "$miniz_package" "$miniz_tarball" "$miniz_sha256"
-    rm -rf "$work/$target"
+    rm -rf "${work:?}/$target"
     mkdir -p "$work/$target/openssl" "$work/$target/miniz" "$out"
     tar -xf "$sources/$openssl_tarball" -C "$work/$target/openssl" --strip-components=1
     tar -xf "$sources/$miniz_tarball" -C "$work/$target/miniz" --strip-components=4 \

@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034
 # How the scripts run Wine. Sourced, not run.
 
 # The 64-bit loader itself: the wrapper in the path would complain that the 32-bit one is missing.

@@ -15,9 +15,6 @@ set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 . "$(dirname "$0")/wine-env.sh"
 
-base=$cache/prefix-$(sha256sum <"$root/scripts/wine-prefix.sh" | cut -c1-8)-$(
-    stat -L -c '%Y' "$wine" 2>/dev/null || echo none)
-
 make_base() {
     local work log start=$SECONDS
     need flock "$wine" "$wineserver"
@@ -76,6 +73,10 @@ clone() {
         esac
     done
 }
+
+# Another Wine or another way of making the prefix is another prefix.
+base=$cache/prefix-$({ declare -f make_base own_folders && stat -L -c '%Y %s' "$wine"; } 2>/dev/null |
+    sha256sum | cut -c1-16)
 
 case ${1-} in
 base)

@@ -1,0 +1,91 @@
+#include "manager/core/output_name.h"
+
+#include <algorithm>
+#include <array>
+
+#include "common/system/text/convert.h"
+
+namespace tarnwell::manager {
+namespace {
+
+std::size_t NameStart(std::u16string_view path) {
+    const std::size_t slash = path.find_last_of(u"\\/");
+    return slash == path.npos ? 0 : slash + 1;
+}
+
+/// The place of the dot before the extension; the end of the path where there is no extension.
+std::size_t ExtensionStart(std::u16string_view path) {
+    const std::size_t dot = path.rfind(u'.');
+    return dot == path.npos || dot <= NameStart(path) ? path.size() : dot;
+}
+
+std::u16string LowerAscii(std::u16string_view text) {
+    std::u16string lower(text);
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](char16_t unit) {
+        return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+    });
+    return lower;
+}
+
+/// IsDeviceName tells whether Windows takes the name for a device, whatever its extension.
+bool IsDeviceName(std::u16string_view name) {
+    std::u16string stem = LowerAscii(name.substr(0, name.find(u'.')));
+    stem.erase(stem.find_last_not_of(u' ') + 1);
+    constexpr std::array<std::u16string_view, 6> kDevices = {u"con", u"prn",    u"aux",
+                                                             u"nul", u"conin$", u"conout$"};
+    if (std::find(kDevices.begin(), kDevices.end(), stem) != kDevices.end())
+        return true;
+    const bool isPort = stem.starts_with(u"com") || stem.starts_with(u"lpt");
+    return isPort && stem.size() == 4 && stem[3] >= u'0' && stem[3] <= u'9';
+}
+
+}  // namespace
+
+std::u16string ProtectedPath(std::u16string_view path) {
+    return std::u16string(path) + u".p7";
+}
+
+std::u16string RecoveredPath(std::u16string_view path) {
+    const std::u16string_view cut = path.substr(0, ExtensionStart(path));
+    const std::u16string_view name = cut.substr(NameStart(cut));
+    // Windows drops dots and blanks at a name's end: what is then opened is another file.
+    const bool usable = cut.size() < path.size() && !IsDeviceName(name) && name.back() != u'.' &&
+                        name.back() != u' ';
+    return usable ? std::u16string(cut) : std::u16string(path) + u".content";
+}
+
+std::u16string NumberedPath(std::u16string_view path, unsigned n) {
+    std::u16string numbered(path);
+    if (n > 1) {
+        std::u16string number = u" (";
+        number.append(Utf16FromLatin1(std::to_string(n)).AsView()).append(u")");
+        numbered.insert(ExtensionStart(path), number);
+    }
+    return numbered;
+}
+
+bool IsProgram(std::u16string_view path) {
+    // What Windows runs, or interprets as commands of the one who opens it.
+    static constexpr std::u16string_view kPrograms[] = {
+        u".appinstaller", u".application", u".appref-ms", u".appx",
+        u".appxbundle",   u".bat",         u".bgi",       u".chm",
+        u".cmd",          u".com",         u".cpl",       u".diagcab",
+        u".exe",          u".gadget",      u".hlp",       u".hta",
+        u".img",          u".inf",         u".ins",       u".iso",
+        u".isp",          u".jar",         u".jnlp",      u".js",
+        u".jse",          u".library-ms",  u".lnk",       u".mmc",
+        u".msc",          u".msi",         u".msix",      u".msp",
+        u".mst",          u".pif",         u".ps1",       u".ps1xml",
+        u".psc1",         u".psd1",        u".psm1",      u".py",
+        u".pyw",          u".rdp",         u".reg",       u".scf",
+        u".scr",          u".sct",         u".search-ms", u".settingcontent-ms",
+        u".shb",          u".shs",         u".theme",     u".url",
+        u".vb",           u".vbe",         u".vbs",       u".vhd",
+        u".vhdx",         u".website",     u".ws",        u".wsc",
+        u".wsf",          u".wsh",         u".xll",
+    };
+    const std::u16string extension = LowerAscii(path.substr(ExtensionStart(path)));
+    return std::find(std::begin(kPrograms), std::end(kPrograms), extension) != std::end(kPrograms);
+}
+
+}  // namespace tarnwell::manager

@@ -15,8 +15,10 @@ namespace {
 constexpr std::size_t kAlignment = 8;
 constexpr std::size_t kPage = 4096;
 
-// A further zone doubles what there is, so that their number grows with the logarithm of the text
-// they hold; from here on by this much at a time.
+// A further zone adds a sixteenth to what there is: their number grows with the logarithm of the
+// text they hold, and each stays small enough that its lists, which are searched from the head,
+// stay short. From 1 GiB on all zones are of one size.
+constexpr std::size_t kGrowth = 16;
 constexpr std::size_t kMostGrowth = std::size_t{64} << 20;
 
 // An idle zone stays as long as the other zones have less room than this: a string that comes and
@@ -48,7 +50,7 @@ void* CSecureZones::Allocate(std::size_t bytes) {
             const CCriticalSectionLock lock(m_section);
             if (void* data = AllocateFromZones(bytes))
                 return data;
-            growth = std::min(m_size, kMostGrowth);
+            growth = std::min(m_size / kGrowth, kMostGrowth);
             closed = m_closed;
         }
         // Outside the lock: making a zone traces, and tracing may load a library.

@@ -28,8 +28,9 @@ public:
     static constexpr std::size_t npos = View::npos;
 
     CTString() noexcept = default;
-    /// Copies the units up to the terminating zero.
-    CTString(const Unit* text) : CTString(View(text)) {}
+    /// Copies the units up to the terminating zero; a null pointer gives "".
+    CTString(const Unit* text) : CTString(ViewOf(text)) {}
+    CTString(std::nullptr_t) = delete;
     CTString(const Unit* units, std::size_t length) : CTString(View(units, length)) {}
     /// Copies the units, embedded zeros included. Throws std::runtime_error without memory.
     explicit CTString(View text) { Append(text); }
@@ -56,7 +57,8 @@ public:
     Unit operator[](std::size_t index) const noexcept { return CStr()[index]; }
 
     /// Reserve makes room for `length` units and a private record. A capacity that is too small
-    /// becomes length + (old capacity + 1) / 2. Throws std::length_error beyond 2^30 units.
+    /// becomes length + (old capacity + 1) / 2. Throws std::length_error beyond 2^30 units and
+    /// std::runtime_error without memory.
     void Reserve(std::size_t length) {
         if (!m_record || m_record->references > 1 || m_record->capacity < length)
             Rebuild(length);
@@ -65,17 +67,27 @@ public:
     CTString& Append(View text) {
         if (text.empty())
             return *this;
-        // The text may be a part of this very string, whose old block is wiped when it grows.
-        const CTString keepAlive = Overlaps(text) ? *this : CTString();
         const std::size_t length = Length();
-        if (text.size() > kMaxLength - length)
-            throw std::length_error("CTString: the text is too long");
-        Reserve(length + text.size());
-        std::copy(text.begin(), text.end(), m_record->data + length);
+        if (HasRoomFor(text.size())) {
+            std::copy(text.begin(), text.end(), m_record->data + length);
+        } else {
+            if (text.size() > kMaxLength - length)
+                throw std::length_error(kTooLong);
+            // The text may be a part of this very string, whose old block is wiped below.
+            const CTString keepAlive = Overlaps(text) ? *this : CTString();
+            Reserve(length + text.size());
+            std::copy(text.begin(), text.end(), m_record->data + length);
+        }
         SetLength(length + text.size());
         return *this;
     }
-    CTString& AppendUnit(Unit unit) { return Append(View(&unit, 1)); }
+    CTString& AppendUnit(Unit unit) {
+        if (!HasRoomFor(1))
+            return Append(View(&unit, 1));
+        m_record->data[m_record->length] = unit;
+        SetLength(m_record->length + 1);
+        return *this;
+    }
     /// AppendCodePoint writes the code point in the string's encoding (see Encode there).
     CTString& AppendCodePoint(char32_t codePoint) {
         Unit units[Encoding::kMaxUnits];
@@ -104,14 +116,14 @@ public:
     }
     friend bool operator==(const CTString& a, View b) noexcept { return a.AsView() == b; }
     friend bool operator==(const CTString& a, const Unit* b) noexcept {
-        return a.AsView() == View(b);
+        return a.AsView() == ViewOf(b);
     }
     friend auto operator<=>(const CTString& a, const CTString& b) noexcept {
         return a.AsView() <=> b.AsView();
     }
     friend CTString operator+(CTString a, View b) { return std::move(a.Append(b)); }
     friend CTString operator+(CTString a, const CTString& b) { return std::move(a.Append(b)); }
-    friend CTString operator+(CTString a, const Unit* b) { return std::move(a.Append(View(b))); }
+    friend CTString operator+(CTString a, const Unit* b) { return std::move(a.Append(ViewOf(b))); }
 
 private:
     struct Record {
@@ -122,6 +134,15 @@ private:
     };
     static constexpr Unit kTerminator = 0;
     static constexpr std::size_t kMaxLength = std::size_t{1} << 30;
+
+    static constexpr const char* kTooLong = "CTString: the text is too long";
+
+    static constexpr View ViewOf(const Unit* text) noexcept { return text ? View(text) : View(); }
+
+    bool HasRoomFor(std::size_t units) const noexcept {
+        return m_record && m_record->references == 1 &&
+               units <= m_record->capacity - m_record->length;
+    }
 
     bool Overlaps(View text) const noexcept {
         return m_record && !std::less<>()(text.data(), m_record->data) &&
@@ -139,7 +160,7 @@ private:
         const std::size_t old = Capacity();
         needed = std::max(needed, length);
         if (needed > kMaxLength)
-            throw std::length_error("CTString: the text is too long");
+            throw std::length_error(kTooLong);
         const std::size_t capacity = old < needed ? needed + (old + 1) / 2 : old;
         Unit* data = AllocateUnits(capacity + 1);
         if (m_record && m_record->references == 1) {

@@ -28,7 +28,7 @@ LSTATUS WriteRow(HKEY root, const RegistrationRow& row, const CUTF16String& modu
     if (row.flag == ERowFlag::kForce)
         if (const LSTATUS status = DeleteTree(root, key); status != ERROR_SUCCESS)
             return status;
-    CUniqueKey opened;
+    CUniqueRegistryKey opened;
     LSTATUS status = RegCreateKeyExW(root, Wide(key), 0, nullptr, REG_OPTION_NON_VOLATILE,
                                      KEY_SET_VALUE, nullptr, opened.Put(), nullptr);
     for (const RegistrationValue& value : row.Values()) {
@@ -43,7 +43,7 @@ LSTATUS WriteRow(HKEY root, const RegistrationRow& row, const CUTF16String& modu
 }
 
 LSTATUS RemovePlainRow(HKEY root, const RegistrationRow& row, const CUTF16String& key) {
-    CUniqueKey opened;
+    CUniqueRegistryKey opened;
     LSTATUS status =
         RegOpenKeyExW(root, Wide(key), 0, KEY_QUERY_VALUE | KEY_SET_VALUE, opened.Put());
     for (const RegistrationValue& value : row.Values())

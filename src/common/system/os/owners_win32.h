@@ -31,7 +31,7 @@ struct RegistryKeyTraits {
     static Value Invalid() noexcept { return nullptr; }
     static void Close(Value value) noexcept { RegCloseKey(value); }
 };
-using CUniqueKey = CUnique<RegistryKeyTraits>;
+using CUniqueRegistryKey = CUnique<RegistryKeyTraits>;
 
 struct ModuleTraits {
     using Value = HMODULE;

@@ -45,14 +45,14 @@ bool Set(HKEY key, const CUTF16String& name, DWORD type, const void* bytes,
 }  // namespace
 
 CSettingsKey CSettingsKey::Create(HKEY root, const CUTF16String& path) noexcept {
-    CUniqueKey key;
+    CUniqueRegistryKey key;
     const LSTATUS status = RegCreateKeyExW(root, Wide(path), 0, nullptr, REG_OPTION_NON_VOLATILE,
                                            KEY_READ | KEY_WRITE, nullptr, key.Put(), nullptr);
     return status == ERROR_SUCCESS ? CSettingsKey(std::move(key)) : CSettingsKey();
 }
 
 CSettingsKey CSettingsKey::Open(HKEY root, const CUTF16String& path, bool write) noexcept {
-    CUniqueKey key;
+    CUniqueRegistryKey key;
     const REGSAM access = KEY_READ | (write ? KEY_WRITE : 0);
     const LSTATUS status = RegOpenKeyExW(root, Wide(path), 0, access, key.Put());
     return status == ERROR_SUCCESS ? CSettingsKey(std::move(key)) : CSettingsKey();

@@ -50,9 +50,9 @@ public:
     bool DeleteKey(const CUTF16String& path) const noexcept;
 
 private:
-    explicit CSettingsKey(CUniqueKey key) noexcept : m_key(std::move(key)) {}
+    explicit CSettingsKey(CUniqueRegistryKey key) noexcept : m_key(std::move(key)) {}
 
-    CUniqueKey m_key;
+    CUniqueRegistryKey m_key;
 };
 
 /// SettingsKey is Software\Quorva of the machine, opened (made, if need be) on the first call and

@@ -5,7 +5,10 @@
 // the certificates that it duplicated to whoever made the request; CPKCS7Request (in
 // pkcs7_request.h) is that owner and what callers use. Belongs to one thread.
 
+#include <array>
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "common/crypto/openssl_owners.h"
@@ -35,6 +38,15 @@ using CUniqueSignerList = CUnique<CPointerTraits<CSignerList, FreeSignerList>>;
 
 /// The certificates that a container duplicated, released together.
 using CCertificateBin = std::vector<CUniqueX509>;
+
+/// The SHA-256 of some octets.
+using Sha256 = std::array<unsigned char, 32>;
+
+/// The enclosed content in brief.
+struct ContentDigest {
+    std::size_t size;  ///< in octets
+    Sha256 sha256;
+};
 
 class CPKCS7 {
 public:
@@ -72,6 +84,12 @@ public:
     /// recipients are missing, and what GetPKCS7 throws.
     std::vector<CISOString> GetRecipients();
 
+    /// GetContentDigest gives size and SHA-256 of the octets that the file encloses in clear,
+    /// nothing where there are none (detached, encrypted, no OCTET STRING). Costs no second
+    /// reading after GetSigners of a file that is signed with SHA-256. Throws what GetPKCS7 throws
+    /// and CPKCS7_ERROR 0x2 without memory.
+    std::optional<ContentDigest> GetContentDigest();
+
     /// Build_recover opens the enclosed content for reading; the BIO must not outlive the parsed
     /// structure. `certificate` is borrowed, `key` is consumed on every way out; both may be null,
     /// which opens signed files only. Throws CPKCS7_ERROR 0x402 when there is nothing to open, and
@@ -102,6 +120,7 @@ private:
     PKCS7* m_pkcs7 = nullptr;
     CCertificateBin* m_duplicates;
     bool m_written = false;
+    std::optional<Sha256> m_contentSha256;  ///< once GetSigners has come by it
 };
 
 }  // namespace tarnwell

@@ -1,5 +1,7 @@
 #include "common/crypto/pkcs7_content.h"
 
+#include "common/crypto/signer_digest.h"
+
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -142,6 +144,16 @@ CUniqueBio OpenEncryptedContent(PKCS7* p7, X509* certificate, EVP_PKEY* key) {
     if (RecipientCount(p7) <= 0 || !KeepDifferentAlgorithms(DigestAlgorithms(p7)))
         return CUniqueBio();
     return CUniqueBio(PKCS7_dataDecode(p7, key, nullptr, certificate));
+}
+
+std::optional<std::array<unsigned char, 32>> Sha256OnTheWay(BIO* content) noexcept {
+    const EVP_MD_CTX* running = RunningDigest(content, NID_sha256);
+    const CUniqueDigestContext copy(running ? EVP_MD_CTX_new() : nullptr);
+    std::array<unsigned char, 32> digest;
+    if (!copy || EVP_MD_CTX_copy_ex(copy.Get(), running) <= 0 ||
+        EVP_DigestFinal_ex(copy.Get(), digest.data(), nullptr) <= 0)
+        return std::nullopt;
+    return digest;
 }
 
 bool DecryptedWell(BIO* content) noexcept {

@@ -4,7 +4,9 @@
 // strangers need. What is opened reads from the structure's own octets, so it must not outlive
 // it. Called by the container only; belongs to its thread.
 
+#include <array>
 #include <cstddef>
+#include <optional>
 
 #include "common/crypto/openssl_owners.h"
 
@@ -40,6 +42,10 @@ void ReadContent(BIO* content, Sink&& sink) {
     for (int count; (count = BIO_read(content, piece, sizeof piece)) > 0;)
         sink(piece, static_cast<std::size_t>(count));
 }
+
+/// Sha256OnTheWay gives the SHA-256 of what was read from `content` so far, if one of its digests
+/// is that one.
+std::optional<std::array<unsigned char, 32>> Sha256OnTheWay(BIO* content) noexcept;
 
 /// DecryptedWell tells, once `content` is read to its end, whether the decryption came out even;
 /// true for a content that was not encrypted.

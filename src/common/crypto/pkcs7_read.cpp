@@ -146,6 +146,8 @@ CUniqueSignerList CPKCS7::GetSigners(X509* certificate, EVP_PKEY* key) {
         decrypts ? OpenEncryptedContent(p7, certificate, key) : OpenClearContent(p7);
     // Reading runs the digests that the signatures are checked against.
     ReadContent(content.Get(), [](const unsigned char*, std::size_t) {});
+    if (!decrypts)
+        m_contentSha256 = Sha256OnTheWay(content.Get());
     if (!IsSigned())
         Fail("Tryied to get signer on a non signed file. check type before using this function",
              CPKCS7_ERROR::ERROR_TYPE | CPKCS7_ERROR::GET_SIGNER_FAIL);
@@ -197,6 +199,21 @@ std::vector<CISOString> CPKCS7::GetRecipients() {
     return list;
 }
 
+std::optional<ContentDigest> CPKCS7::GetContentDigest() {
+    const ASN1_OCTET_STRING* octets = EnclosedOctets(GetPKCS7());
+    if (!octets)
+        return std::nullopt;
+    const auto size = static_cast<std::size_t>(ASN1_STRING_length(octets));
+    if (!m_contentSha256) {
+        Sha256 digest;
+        if (EVP_Digest(ASN1_STRING_get0_data(octets), size, digest.data(), nullptr, EVP_sha256(),
+                       nullptr) <= 0)
+            Fail(CPKCS7_ERROR::ERROR_OPENSSL);
+        m_contentSha256 = digest;
+    }
+    return ContentDigest{size, *m_contentSha256};
+}
+
 CUniqueBio CPKCS7::Build_recover(X509* certificate, EVP_PKEY* key) {
     const CTraceScope scope("CPKCS7::Build_recover");
     const CUniqueKey consumed(key);
@@ -205,6 +222,7 @@ CUniqueBio CPKCS7::Build_recover(X509* certificate, EVP_PKEY* key) {
                              : OpenEncryptedContent(m_pkcs7, certificate, key);
     if (!content) {
         PKCS7_free(std::exchange(m_pkcs7, nullptr));
+        m_contentSha256.reset();
         Fail(kDecodeFailed, kNotReadable);
     }
     return content;

@@ -23,19 +23,6 @@ const EVP_MD* LastOfType(CDigestView digests, int type) noexcept {
     return found;
 }
 
-/// The running digest of `type` in the chain, null where there is none.
-EVP_MD_CTX* RunningDigest(BIO* chain, int type) noexcept {
-    for (BIO* link = BIO_find_type(chain, BIO_TYPE_MD); link;) {
-        EVP_MD_CTX* context = nullptr;
-        BIO_get_md_ctx(link, &context);
-        if (context && EVP_MD_CTX_get_type(context) == type)
-            return context;
-        link = BIO_next(link);
-        link = link ? BIO_find_type(link, BIO_TYPE_MD) : nullptr;
-    }
-    return nullptr;
-}
-
 /// Adds what the signed attributes still lack: the signing time and the content's digest.
 bool CompleteAttributes(PKCS7_SIGNER_INFO* signer, BIO* chain) noexcept {
     if (!PKCS7_get_signed_attribute(signer, NID_pkcs9_signingTime) &&

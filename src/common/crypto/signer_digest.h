@@ -37,6 +37,9 @@ private:
 /// The signers' digest objects in the signers' order; null entries are skipped.
 using CDigestView = std::span<const EVP_MD* const>;
 
+/// RunningDigest gives the digest of type `type` (a NID) in `chain`, null where there is none.
+EVP_MD_CTX* RunningDigest(BIO* chain, int type) noexcept;
+
 /// UseDigests hangs the objects into `chain`, each in the place of the digest of its type; to be
 /// called before the content is written into it. False if OpenSSL refuses one.
 bool UseDigests(BIO* chain, CDigestView digests) noexcept;

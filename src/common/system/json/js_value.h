@@ -106,6 +106,7 @@ public:
         : m_key(std::move(key)), m_value(std::move(value)) {}
 
     std::string_view KeyView() const noexcept { return m_key.AsView(); }
+    const CJSValue& Value() const noexcept { return *m_value; }
 
     CISOString Key() const override { return m_key; }
     CISOString StringValue() const override;

@@ -57,4 +57,4 @@ struct CPointerTraits {
     static void Close(Value value) noexcept { kFree(value); }
 };
 
-} // namespace tarnwell
+}  // namespace tarnwell

@@ -28,4 +28,4 @@ inline const char16_t* Units(const wchar_t* text) noexcept {
     return reinterpret_cast<const char16_t*>(text);
 }
 
-} // namespace tarnwell
+}  // namespace tarnwell

@@ -66,8 +66,9 @@ clone() {
         case $option in
         --display) sed -i '/^"Graphics"="null"$/d' "$folder/user.reg" ;;
         --heap-checks)
-            printf '\n%s\n%s\n' '[System\\ControlSet001\\Control\\Session Manager]' \
-                '"GlobalFlag"=dword:000000f0' >>"$folder/system.reg"
+            sed -i 's/^"GlobalFlag"=dword:00000000$/"GlobalFlag"=dword:000000f0/' "$folder/system.reg"
+            grep -q '^"GlobalFlag"=dword:000000f0$' "$folder/system.reg" ||
+                die "the prefix has no GlobalFlag to set, so heap checks cannot be turned on"
             ;;
         *) die "there is no option \"$option\"" "See: scripts/wine-prefix.sh --help" ;;
         esac
@@ -91,6 +92,8 @@ clone)
 new)
     [[ -d $base ]] || (make_base)
     mkdir -p "$cache/runs"
+    # What a killed run could not remove.
+    find "$cache/runs" -mindepth 1 -maxdepth 1 -mtime +0 -exec rm -rf {} +
     folder=$(mktemp -d "$cache/runs/run.XXXXXX")
     clone "$folder" "${@:2}"
     echo "$folder"

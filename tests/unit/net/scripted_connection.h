@@ -63,12 +63,14 @@ public:
             SetLastSocketError(m_failure);
             return m_failure ? -1 : 0;
         }
-        std::string& piece = m_pieces.front();
-        const std::size_t taken = std::min<std::size_t>(capacity, piece.size());
-        std::memcpy(buffer, piece.data(), taken);
-        piece.erase(0, taken);
-        if (piece.empty())
+        const std::string& piece = m_pieces.front();
+        const std::size_t taken = std::min<std::size_t>(capacity, piece.size() - m_offset);
+        std::memcpy(buffer, piece.data() + m_offset, taken);
+        m_offset += taken;
+        if (m_offset == piece.size()) {
             m_pieces.pop_front();
+            m_offset = 0;
+        }
         return static_cast<int>(taken);
     }
 
@@ -98,6 +100,7 @@ public:
 private:
     Wire& m_wire;
     std::deque<std::string> m_pieces;
+    std::size_t m_offset = 0; // into the first piece
     std::uint32_t m_sendPiece = ~0U;
     std::uint32_t m_sendLeft = ~0U;
     int m_failure = 0;

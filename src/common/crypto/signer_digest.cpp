@@ -85,6 +85,18 @@ void CDigestRegistration::PutBack() noexcept {
         OBJ_NAME_remove(kName, OBJ_NAME_TYPE_MD_METH);
 }
 
+EVP_MD_CTX* RunningDigest(BIO* chain, int type) noexcept {
+    for (BIO* link = BIO_find_type(chain, BIO_TYPE_MD); link;) {
+        EVP_MD_CTX* context = nullptr;
+        BIO_get_md_ctx(link, &context);
+        if (context && EVP_MD_CTX_get_type(context) == type)
+            return context;
+        link = BIO_next(link);
+        link = link ? BIO_find_type(link, BIO_TYPE_MD) : nullptr;
+    }
+    return nullptr;
+}
+
 bool UseDigests(BIO* chain, CDigestView digests) noexcept {
     for (BIO* link = BIO_find_type(chain, BIO_TYPE_MD); link;) {
         EVP_MD_CTX* context = nullptr;

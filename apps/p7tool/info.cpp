@@ -1,0 +1,107 @@
+#include "p7tool/info.h"
+
+#include <cstdio>
+#include <exception>
+
+#include "common/crypto/asn1_time.h"
+#include "common/crypto/certificate_label.h"
+#include "common/crypto/pkcs7_request.h"
+#include "common/system/text/convert.h"
+#include "p7tool/json_line.h"
+
+namespace tarnwell::p7tool {
+
+namespace {
+
+std::string SignerJson(const SignerInfo& signer) {
+    CJsonObject json;
+    if (X509* certificate = signer.certificate) {
+        json.Add("subject", GetNameLabel(X509_get_subject_name(certificate)).AsView())
+            .Add("issuer", GetNameLabel(X509_get_issuer_name(certificate)).AsView())
+            .Add("serial", SerialHex(certificate).AsView());
+    } else {
+        json.AddNull("subject").AddNull("issuer").AddNull("serial");
+    }
+    const CISOString time = Asn1TimeToIso(signer.signingTime);
+    if (time.IsEmpty())
+        json.AddNull("signingTime");
+    else
+        json.Add("signingTime", time.AsView());
+    return json.AddFlag("verified", signer.verified).Text();
+}
+
+std::string ContentJson(const ContentDigest& content) {
+    std::string hex;
+    for (const unsigned char byte : content.sha256) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", byte);
+        hex += digits;
+    }
+    return CJsonObject().Add("size", content.size).Add("sha256", hex).Text();
+}
+
+/// The lists of a description; what cannot be had stays as it is here.
+struct Details {
+    CJsonArray signers;
+    CJsonArray recipients;
+    std::string content = "null";
+    std::string exception;
+
+    void Take(CPKCS7& file) {
+        if (file.IsSigned())
+            TakeSigners(file);
+        if (file.IsEnveloped())
+            TakeRecipients(file);
+        if (const auto digest = file.GetContentDigest())
+            content = ContentJson(*digest);
+    }
+
+private:
+    // A failure stays in the container's code; the rest of the file is told all the same.
+    void TakeSigners(CPKCS7& file) try {
+        const CUniqueSignerList list = file.GetSigners(nullptr, nullptr);
+        for (const auto& signer : *list.Get())
+            signers.AddRaw(SignerJson(*signer));
+    } catch (CPKCS7_ERROR) {
+    }
+    void TakeRecipients(CPKCS7& file) try {
+        for (const CISOString& recipient : file.GetRecipients())
+            recipients.AddRaw(Quoted(recipient.AsView()));
+    } catch (CPKCS7_ERROR) {
+    }
+};
+
+}  // namespace
+
+FileInfo DescribeFile(const CUTF16String& path) {
+    CPKCS7Request file(path);
+    CPKCS7_TYPE type = CPKCS7_TYPE::UNKNOWN;
+    Details details;
+    bool parsed = false;
+    try {
+        type = file->GetType();
+        parsed = file->Error() == CPKCS7_ERROR::NONE;
+        if (parsed)
+            details.Take(*file);
+    } catch (CPKCS7_ERROR) {
+        parsed = false;
+    } catch (const std::exception& error) {
+        parsed = false;
+        details.exception = error.what();
+    }
+
+    CJsonObject json;
+    json.Add("file", Utf8FromUtf16(path.AsView()).AsView())
+        .Add("code", static_cast<std::uint64_t>(parsed ? type : CPKCS7_TYPE::UNKNOWN))
+        .Add("type", TypeName(parsed ? type : CPKCS7_TYPE::UNKNOWN).AsView())
+        .Add("error", static_cast<std::uint64_t>(file->Error()))
+        .Add("errorNames", ErrorNames(file->Error()).AsView());
+    if (!details.exception.empty())
+        json.Add("exception", details.exception);
+    json.AddRaw("signers", details.signers.Text())
+        .AddRaw("recipients", details.recipients.Text())
+        .AddRaw("content", details.content);
+    return {json.Text(), parsed};
+}
+
+}  // namespace tarnwell::p7tool

@@ -125,6 +125,7 @@ function(tarnwell_unit_tests)
         string(REGEX REPLACE "_(win32|posix)$" "" name ${name})
         add_executable(${name} ${source})
         target_link_libraries(${name} PRIVATE tarnwell_flags)
+        add_dependencies(test_support ${name}) # so they are there when a test starts them
         file(STRINGS ${source} wide REGEX "[ \t]wmain\\(")
         if(WIN32 AND wide)
             target_link_options(${name} PRIVATE -municode)

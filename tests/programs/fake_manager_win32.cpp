@@ -1,0 +1,119 @@
+// A manager for tests: put into an install layout as Corvane.exe, it behaves as the environment
+// variable FAKE_MANAGER says and ends. FAKE_MANAGER_LOG names a file for the request it was sent.
+
+#include <winsock2.h>
+// Windows' sockets come before its other headers.
+#include <windows.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+namespace {
+
+SOCKET s_listener = INVALID_SOCKET;
+
+/// Listen opens a loopback port of the system's choice and gives its digits.
+std::string Listen() {
+    WSADATA data;
+    WSAStartup(MAKEWORD(2, 2), &data);
+    s_listener = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    int length = sizeof address;
+    if (bind(s_listener, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+        listen(s_listener, 1) != 0 ||
+        getsockname(s_listener, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        std::exit(2);
+    return std::to_string(ntohs(address.sin_port));
+}
+
+void Write(std::string_view text) {
+    DWORD written = 0;
+    WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), text.data(), static_cast<DWORD>(text.size()),
+              &written, nullptr);
+}
+
+/// Answer takes one request and sends `bytes`; with `reset` the connection is torn down.
+void Answer(std::string_view bytes, bool reset = false) {
+    const SOCKET peer = accept(s_listener, nullptr, nullptr);
+    std::string request;
+    while (request.find("\r\n\r\n") == std::string::npos) {
+        char buffer[4096];
+        const int count = recv(peer, buffer, sizeof buffer, 0);
+        if (count <= 0)
+            std::exit(3);
+        request.append(buffer, static_cast<std::size_t>(count));
+    }
+    if (const wchar_t* log = _wgetenv(L"FAKE_MANAGER_LOG"))
+        if (FILE* file = _wfopen(log, L"wb")) {
+            std::fwrite(request.data(), 1, request.size(), file);
+            std::fclose(file);
+        }
+    send(peer, bytes.data(), static_cast<int>(bytes.size()), 0);
+    if (reset) {
+        const linger now{1, 0};
+        setsockopt(peer, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&now), sizeof now);
+    }
+    closesocket(peer);
+}
+
+constexpr std::string_view kOkay = "HTTP/1.0 200 OK\r\nServer: fake\r\n\r\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2 || std::string_view(argv[1]) != "/standalone")
+        return 4;
+    const char* chosen = std::getenv("FAKE_MANAGER");
+    const std::string_view behaviour = chosen ? chosen : "okay";
+    if (behaviour == "silent")
+        return 0;
+    if (behaviour == "twelve digits") {
+        Write("999999999999");
+        return 0;
+    }
+    if (behaviour == "not a port") {
+        Write("port 80");
+        return 0;
+    }
+    const std::string port = Listen();
+    if (behaviour == "line end") {
+        Write(port + "\r\n");
+    } else if (behaviour == "two pieces") {
+        Write(std::string_view(port).substr(0, port.size() - 1));
+        Sleep(200);
+        Write(std::string_view(port).substr(port.size() - 1));
+    } else if (behaviour == "gone") {
+        closesocket(s_listener);  // the port is free again before anybody learns of it
+        Write(port);
+    } else if (behaviour == "okay") {
+        Write(port);
+        Answer(kOkay);
+    } else if (behaviour == "stays") {
+        Write(port);
+        Answer(kOkay);
+        Sleep(3000);
+    } else if (behaviour == "status 500") {
+        Write(port);
+        Answer("HTTP/1.0 500 Internal Server Error\r\nContent-Length: 0\r\n\r\n");
+    } else if (behaviour == "nonsense") {
+        Write(port);
+        Answer("\x16\x03\x01\x02 what?\n\n");
+    } else if (behaviour == "HTTP/2") {
+        Write(port);
+        Answer("HTTP/2 200 OK\r\n\r\n");
+    } else if (behaviour == "says nothing") {
+        Write(port);
+        Answer("");
+    } else if (behaviour == "resets") {
+        Write(port);
+        Answer("HTTP/1.0 200 OK\r\nX-Half: ", true);
+    } else {
+        return 5;
+    }
+    return 0;
+}

@@ -6,6 +6,7 @@
 
 #include "common/crypto/pkcs7.h"
 #include "common/crypto/pkcs7_content.h"
+#include "common/crypto/short_time.h"
 #include "common/system/os/file.h"
 #include "common/system/text/convert.h"
 #include "common/system/trace/trace.h"
@@ -24,17 +25,27 @@ constexpr CPKCS7_ERROR kNotReadable = CPKCS7_ERROR::ERROR_OPENSSL | CPKCS7_ERROR
 constexpr CPKCS7_ERROR kNoRecipients =
     CPKCS7_ERROR::ERROR_OPENSSL | CPKCS7_ERROR::GET_RECIPIENT_FAIL;
 
-CUniquePkcs7 Parse(const CUTF16String& path) {
+CUniquePkcs7 Decode(const CFileBytes& file) {
+    const unsigned char* bytes = file.Data();
+    return CUniquePkcs7(
+        file.IsEmpty() ? nullptr : d2i_PKCS7(nullptr, &bytes, static_cast<long>(file.Size())));
+}
+
+/// Reads and parses the file; its bytes are gone when this returns.
+CUniquePkcs7 Parse(const CUTF16String& path) try {
     ERR_clear_error();
-    try {
-        const CFileBytes file = ReadWholeFile(path, kMaxFileSize);
-        const unsigned char* bytes = file.Data();
-        if (file.IsEmpty())
-            return CUniquePkcs7();
-        return CUniquePkcs7(d2i_PKCS7(nullptr, &bytes, static_cast<long>(file.Size())));
-    } catch (const EFileTooLarge&) {
-        return CUniquePkcs7();
-    }
+    CFileBytes file = ReadWholeFile(path, kMaxFileSize);
+    CUniquePkcs7 p7 = Decode(file);
+    if (p7)
+        return p7;
+    const std::size_t hidden = HideShortTimes({file.Data(), file.Size()});
+    if (hidden > 0)
+        p7 = Decode(file);
+    if (p7 && !RestoreShortTimes(p7.Get(), hidden))
+        p7.Reset();
+    return p7;
+} catch (const EFileTooLarge&) {
+    return CUniquePkcs7();
 }
 
 /// The certificates of the signed part of either signed type; null where the file has no set.

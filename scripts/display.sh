@@ -2,11 +2,11 @@
 
 # start_display WIDTH HEIGHT: starts a virtual X server on a free display and sets DISPLAY.
 start_display() {
-    need Xvfb import convert xdotool xsetroot
+    need Xvfb openbox import convert xdotool xsetroot
     local fifo
     fifo=$(mktemp -u)
     mkfifo "$fifo"
-    Xvfb -displayfd 3 -screen 0 "${1}x${2}x24" -nolisten tcp 3>"$fifo" >/dev/null 2>&1 &
+    Xvfb -displayfd 3 -screen 0 "${1}x${2}x24" -nolisten tcp -noreset 3>"$fifo" >/dev/null 2>&1 &
     display_pid=$!
     local number
     read -r -t 20 number <"$fifo" ||
@@ -14,10 +14,12 @@ start_display() {
     rm -f "$fifo"
     export DISPLAY=:$number
     xsetroot -solid '#e9edf2'
+    openbox >/dev/null 2>&1 & # title bars, and the keyboard's focus where a person expects it
+    window_manager_pid=$!
 }
 
 stop_display() {
-    [[ -z ${display_pid:-} ]] || kill "$display_pid" 2>/dev/null || true
+    [[ -z ${display_pid:-} ]] || kill "$window_manager_pid" "$display_pid" 2>/dev/null || true
     display_pid=
 }
 

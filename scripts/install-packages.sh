@@ -19,7 +19,7 @@ declare -A packages=(
         wine64 libgnutls30 fonts-liberation fonts-wine"
     [test]="openssl gpgsm gpg-agent nginx-light zip unzip"
     [demo]="
-        openssl xvfb xdotool x11-xserver-utils imagemagick locales
+        openssl xvfb openbox xdotool x11-xserver-utils imagemagick locales
         libxcomposite1 libxcursor1 libxfixes3 libxi6 libxinerama1 libxrandr2 libxrender1"
     [bench]="libbenchmark-dev openssl"
     [fuzz]="clang-14 libclang-rt-14-dev"

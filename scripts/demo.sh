@@ -1,0 +1,246 @@
+#!/usr/bin/env bash
+# The main job, told step by step: from the explorer's context menu to PKCS#7 files and back.
+#
+#   scripts/demo.sh [BIN]     BIN: the built Windows programs (default build/windows/bin)
+#
+# Installs into the real layout inside a Wine prefix of its own, registers the DLL and drives it as
+# the explorer does. All that it shows lands in build/demo: transcript.txt, pictures, the files.
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+. "$(dirname "$0")/wine-env.sh"
+. "$(dirname "$0")/display.sh"
+
+case ${1-} in
+-h | --help)
+    sed -n '2,/^set/{/^#/s/^# \{0,1\}//p}' "$0"
+    exit 0
+    ;;
+esac
+
+bin=$(realpath "${1:-$root/build/windows/bin}")
+out=$root/build/demo
+[[ -f $bin/Tarnwell.dll ]] || die "there is no Tarnwell.dll in $bin" "Build it first: make demo"
+need python3 openssl localedef
+
+rm -rf "$out"
+mkdir -p "$out"
+exec > >(tee "$out/transcript.txt")
+prefix=
+finish() {
+    local status=$?
+    stop_display
+    [[ -z $prefix ]] || "$root/scripts/wine-prefix.sh" drop "$prefix"
+    ((status == 0)) || die "the demo stopped at the step above (status $status)" \
+        "What it showed so far is in $out/transcript.txt" \
+        "What the programs said is in $out/programs.log"
+}
+trap finish EXIT
+
+# --- how the story is told ------------------------------------------------------------------------
+
+step=0
+title() {
+    step=$((step + 1))
+    printf '\n%d. %s\n%s\n' "$step" "$1" "$(printf '%*s' $((${#1} + 3)) '' | tr ' ' '-')"
+}
+tell() { fmt -w 90 <<<"$*"; }
+fail() {
+    printf '   But: %s\n' "$*"
+    exit 1
+}
+picture() { # NAME: photographs the screen
+    photograph "$out/$1.png"
+    printf '   [picture: build/demo/%s.png]\n' "$1"
+}
+
+# --- the programs of the demo ---------------------------------------------------------------------
+
+export TARNWELL_DISPLAY=1 TARNWELL_TIMEOUT=60 LOCPATH=$cache/locales
+windows() { TARNWELL_WINEPREFIX=$prefix "$root/scripts/wine-run" "$@" 2>>"$out/programs.log"; }
+probe() { windows "$bin/shellprobe.exe" "$@"; }
+p7tool() { windows "$bin/p7tool.exe" "$@"; }
+
+# speak LANGUAGE: the language of the user who is shown; the system's locale stands for it.
+speak() {
+    [[ -d $LOCPATH/$1.UTF-8 ]] ||
+        { mkdir -p "$LOCPATH" && localedef -i "$1" -f UTF-8 "$LOCPATH/$1.UTF-8"; }
+    end_server "$prefix"
+    export TARNWELL_LOCALE=$1.UTF-8
+}
+
+show_menu() { # FILE...: the items as the handler inserts them
+    probe menu "$@" | python3 "$root/scripts/demo-menu.py"
+}
+
+# popup NAME FILE...: the real pop-up menu, photographed; it stays open for what is chosen.
+popup() {
+    local name=$1
+    shift
+    probe popup --at=60,60 "$@" >>"$out/programs.log" &
+    popup_pid=$!
+    sleep 2
+    picture "$name"
+}
+close_popup() {
+    xdotool key Escape
+    wait "$popup_pid" || true
+}
+
+invoke() { # OFFSET FILE...
+    local offset=$1
+    shift
+    probe invoke --offset="$offset" "$@"
+}
+
+# await FILE...: the manager works after it has answered; waits for the files that it makes.
+await() {
+    local file tries
+    for file; do
+        for ((tries = 0; tries < 100; tries++)); do
+            [[ ! -s $file ]] || break
+            sleep 0.1
+        done
+        [[ -s $file ]] || fail "$file was not made within 10 s"
+    done
+    sleep 0.3
+}
+
+registry() { # FILE: every key that registering may touch, as the registry holds it
+    windows reg export 'HKLM\Software\Classes' 'C:\classes.reg' /y >/dev/null
+    iconv -f UTF-16 -t UTF-8 "$prefix/drive_c/classes.reg" | tr -d '\r' >"$1"
+}
+
+# verify FILE.p7 CONTENT: checks a signature with OpenSSL's own command line, against the demo CA.
+verify() {
+    openssl cms -verify -inform DER -in "$1" -CAfile "$authority" -out "$out/content" \
+        2>>"$out/programs.log" || fail "openssl cms -verify refuses $1"
+    cmp -s "$out/content" "$2" || fail "the content of $1 is not $2"
+    rm "$out/content"
+    printf '   openssl cms -verify: %s is good, and its content is that of the original\n' \
+        "$(basename "$1")"
+}
+
+# --- the story ------------------------------------------------------------------------------------
+
+say "The demo takes about a minute. Everything it shows lands in build/demo."
+echo "Tarnwell, from the explorer's menu to a signed file and back"
+start_display 760 420
+prefix=$("$root/scripts/wine-prefix.sh" new --display)
+speak en_US
+
+title "Installing"
+tell "The DLL and its trace library go under the 64-bit program files, the manager and its" \
+    "language archive under the 32-bit ones, which is where the DLL looks for them. Then the" \
+    "system's own regsvr32 registers the DLL."
+registry "$out/classes.before"
+"$root/scripts/install-layout" "$prefix" "$bin" 2>>"$out/programs.log"
+(cd "$prefix/drive_c" && find 'Program Files' 'Program Files (x86)' -path '*Tarnwell*' -type f) |
+    sort | sed 's,/,\\,g; s/^/   C:\\/'
+registry "$out/classes.registered"
+
+desk=$prefix/drive_c/Papers
+mkdir "$desk"
+printf 'Minutes of the spring meeting.\r\n' >"$desk/Meeting notes.txt"
+printf 'Une journée au bord de la mer.\r\n' >"$desk/été.txt"
+printf 'Final plan, with a comma in its name.\r\n' >"$desk/Plan, final.txt"
+one='C:\Papers\Meeting notes.txt'
+three=("$one" 'C:\Papers\été.txt' 'C:\Papers\Plan, final.txt')
+mkdir "$out/originals"
+cp "$desk"/*.txt "$out/originals"
+
+title "The menu of one text file"
+tell "Any file that is not a .p7 gets the three protecting commands, each with its picture."
+show_menu "$one"
+popup 1-menu-text-file "$one"
+close_popup
+
+title "The menu of three files, in French"
+tell "The user's language decides. The texts come from the manager's archive, read afresh for" \
+    "each menu, so that the extension speaks as the manager does."
+speak fr_FR
+show_menu "${three[@]}"
+popup 2-menu-french "${three[@]}"
+close_popup
+speak en_US
+
+title "Signing the three files"
+tell "The command goes to the manager: the extension starts it, reads its port from the pipe and" \
+    "sends one request over the loopback address. The names hold a blank, an accent and a comma." \
+    "The manager has a demo identity here; on its first start it makes it."
+invoke 0 "${three[@]}"
+await "$desk/Meeting notes.txt.p7" "$desk/été.txt.p7" "$desk/Plan, final.txt.p7"
+authority=$(find "$prefix/drive_c" -path '*demo*' -name '*ca*.pem' ! -name '*key*' | head -n 1)
+[[ -n $authority ]] || fail "the manager's demo CA is not in the user's profile"
+for name in 'Meeting notes' 'été' 'Plan, final'; do
+    verify "$desk/$name.txt.p7" "$out/originals/$name.txt"
+done
+echo "   p7tool info says of the first:"
+p7tool info "$one.p7" | python3 -m json.tool --no-ensure-ascii | sed 's/^/   /'
+
+title "The menu of the new .p7 file"
+tell "One .p7 file gets the opening commands; opening is what a double click does."
+show_menu "$one.p7"
+popup 3-menu-p7 "$one.p7"
+close_popup
+
+title "Opening the signed file"
+tell "A file that is only signed needs no card and no manager: its content is written beside it" \
+    "and opened. The original is moved away first, so what appears comes out of the .p7."
+rm "$desk/Meeting notes.txt"
+invoke 0 "$one.p7"
+await "$desk/Meeting notes.txt"
+cmp "$desk/Meeting notes.txt" "$out/originals/Meeting notes.txt" ||
+    fail "the content that was opened is not the original"
+echo "   C:\\Papers\\Meeting notes.txt is back, byte for byte"
+window 'Meeting notes' >/dev/null || fail "no program opened the content"
+sleep 1
+picture 4-content-opened
+end_server "$prefix"
+
+title "Encrypting, and signing and encrypting"
+tell "Offsets 1 and 2 of the same menu. An existing file is never overwritten."
+invoke 1 'C:\Papers\été.txt'
+await "$desk/été.txt (2).p7"
+invoke 2 'C:\Papers\Plan, final.txt'
+await "$desk/Plan, final.txt (2).p7"
+p7tool info 'C:\Papers\été.txt (2).p7' 'C:\Papers\Plan, final.txt (2).p7' |
+    python3 -c 'import json, sys
+for line in sys.stdin:
+    file = json.loads(line)
+    print("   {}: {}, {} recipient(s), {} signer(s)".format(
+        file["file"], file["type"], len(file["recipients"]), len(file["signers"])))'
+
+title "Recovering the encrypted file"
+tell "The menu of an encrypted file offers to open it; the manager has the key and decrypts."
+show_menu 'C:\Papers\été.txt (2).p7'
+invoke 2 'C:\Papers\été.txt (2).p7'
+await "$desk/été (2).txt"
+cmp "$desk/été (2).txt" "$out/originals/été.txt" || fail "the recovered content differs"
+echo "   C:\\Papers\\été (2).txt holds the original's bytes; the original itself was not touched"
+
+title "What the user sees when the manager is missing"
+end_server "$prefix"
+manager="$prefix/drive_c/Program Files (x86)/Quorva/Tarnwell/bin/Corvane.exe"
+mv "$manager" "$manager.away"
+probe popup --at=60,60 "$one" >>"$out/programs.log" &
+popup_pid=$!
+sleep 2
+xdotool key Down Return
+sleep 2
+picture 5-manager-missing
+xdotool key Return
+wait "$popup_pid" || true
+mv "$manager.away" "$manager"
+tell "The same, as data:"
+mv "$manager" "$manager.away"
+invoke 0 "$one" | sed 's/^/   /' || true
+mv "$manager.away" "$manager"
+
+title "Unregistering"
+tell "What stays on purpose is the file type's own description; everything else is as it was."
+windows regsvr32 /s /u 'C:\Program Files\Quorva\Tarnwell\bin\Tarnwell.dll'
+registry "$out/classes.after"
+diff "$out/classes.before" "$out/classes.after" | grep '^[<>]' | sed 's/^/   /' || true
+
+cp -r "$desk" "$out/files"
+printf '\nThe files are in build/demo/files, the pictures and this text in build/demo.\n'

@@ -100,7 +100,7 @@ public:
 private:
     Wire& m_wire;
     std::deque<std::string> m_pieces;
-    std::size_t m_offset = 0; // into the first piece
+    std::size_t m_offset = 0;  // into the first piece
     std::uint32_t m_sendPiece = ~0U;
     std::uint32_t m_sendLeft = ~0U;
     int m_failure = 0;

@@ -126,6 +126,7 @@ say "The demo takes about a minute. Everything it shows lands in build/demo."
 echo "Tarnwell, from the explorer's menu to a signed file and back"
 start_display 760 420
 prefix=$("$root/scripts/wine-prefix.sh" new --display)
+smooth_fonts "$prefix"
 speak en_US
 
 title "Installing"

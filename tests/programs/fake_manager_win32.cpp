@@ -7,7 +7,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 #include <string_view>
 
@@ -37,12 +36,12 @@ void Write(std::string_view text) {
               &written, nullptr);
 }
 
-/// Answer takes one request and sends `bytes`; with `reset` the connection is torn down.
-void Answer(std::string_view bytes, bool reset = false) {
+/// Answer takes one request, keeps it for the test, and sends `bytes`.
+void Answer(std::string_view bytes) {
     const SOCKET peer = accept(s_listener, nullptr, nullptr);
     std::string request;
-    while (request.find("\r\n\r\n") == std::string::npos) {
-        char buffer[4096];
+    while (!request.ends_with("\r\n\r\n")) {
+        char buffer[65536];
         const int count = recv(peer, buffer, sizeof buffer, 0);
         if (count <= 0)
             std::exit(3);
@@ -54,10 +53,15 @@ void Answer(std::string_view bytes, bool reset = false) {
             std::fclose(file);
         }
     send(peer, bytes.data(), static_cast<int>(bytes.size()), 0);
-    if (reset) {
-        const linger now{1, 0};
-        setsockopt(peer, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&now), sizeof now);
-    }
+    closesocket(peer);
+}
+
+/// Reset tears a connection down in the middle of its answer: closing with unread bytes does.
+void Reset() {
+    const SOCKET peer = accept(s_listener, nullptr, nullptr);
+    constexpr std::string_view half = "HTTP/1.0 200 OK\r\nX-Half: ";
+    send(peer, half.data(), static_cast<int>(half.size()), 0);
+    Sleep(200);  // the request arrives
     closesocket(peer);
 }
 
@@ -111,7 +115,7 @@ int main(int argc, char** argv) {
         Answer("");
     } else if (behaviour == "resets") {
         Write(port);
-        Answer("HTTP/1.0 200 OK\r\nX-Half: ", true);
+        Reset();
     } else {
         return 5;
     }

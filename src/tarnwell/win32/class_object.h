@@ -5,11 +5,10 @@
 
 #include <atomic>
 
+#include "tarnwell/win32/com_object.h"
 #include "tarnwell/win32/guard.h"
 #include "tarnwell/win32/interface_id.h"
 #include "tarnwell/win32/module.h"
-// Windows last.
-#include <wrl/client.h>
 
 namespace tarnwell {
 
@@ -55,11 +54,7 @@ public:
         *object = nullptr;
         if (outer)
             return CLASS_E_NOAGGREGATION;
-        return GuardUntraced([&] {
-            Microsoft::WRL::ComPtr<Coclass> made;
-            made.Attach(new Coclass);
-            return made->QueryInterface(id, object);
-        });
+        return GuardUntraced([&] { return MakeObject<Coclass>()->QueryInterface(id, object); });
     }
 
     STDMETHODIMP LockServer(BOOL lock) noexcept override {

@@ -5,10 +5,12 @@
 //
 //     class CContextMenu final : public CComObject<IShellExtInit, IContextMenu> { … };
 
-#include <memory>
+#include <utility>
 
 #include "tarnwell/win32/interface_id.h"
 #include "tarnwell/win32/module.h"
+// Windows last.
+#include <wrl/client.h>
 
 namespace tarnwell {
 
@@ -49,5 +51,15 @@ private:
     ULONG m_references = 1;
     CModuleLock m_lock;
 };
+
+/// MakeObject makes an `Object`, whose first reference the result holds. Throws what its
+/// constructor throws. (ComPtr::Attach is no way to do this: in the toolchain's header it counts
+/// a reference of its own, and the object never dies.)
+template <class Object, class... Arguments>
+Microsoft::WRL::ComPtr<Object> MakeObject(Arguments&&... arguments) {
+    Microsoft::WRL::ComPtr<Object> made;
+    *made.GetAddressOf() = new Object(std::forward<Arguments>(arguments)...);
+    return made;
+}
 
 }  // namespace tarnwell

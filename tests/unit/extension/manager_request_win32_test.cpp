@@ -40,19 +40,20 @@ protected:
     SendToServerTest() {
         s_moduleDirectory = test::Utf16(m_folder / "x64");
         fs::create_directories(m_folder / "win32");
-        fs::copy_file(fs::path(Wide(ModuleDirectory())) / "fake_manager.exe",
-                      m_folder / "win32/Corvane.exe");
+        fs::copy_file(fs::path(Wide(ModuleDirectory())) / "fake_manager.exe", Manager());
         SetEnvironmentVariableW(L"FAKE_MANAGER_LOG", (m_folder / "request").c_str());
         Behave("okay");
     }
 
     void Behave(const char* behaviour) { SetEnvironmentVariableA("FAKE_MANAGER", behaviour); }
 
+    fs::path Manager() const { return m_folder.Path() / "win32" / "Corvane.exe"; }
+
     ResultCode Send() { return SendToServer(kActionEncrypt, kFiles, Surroundings()); }
 
     std::string OpeningLine() const {
-        return std::string("opening manager: ") +
-               Latin1FromUtf16(test::Utf16(m_folder / "win32/Corvane.exe")).CStr() + " /standalone";
+        return std::string("opening manager: ") + Latin1FromUtf16(test::Utf16(Manager())).CStr() +
+               " /standalone";
     }
 
     test::CTempFolder m_folder;
@@ -116,7 +117,7 @@ TEST_F(SendToServerTest, TheManagerGetsOneRequestWithTheOrigin) {
 }
 
 TEST_F(SendToServerTest, AMissingManagerIsToldInTheTrace) {
-    fs::remove(m_folder / "win32/Corvane.exe");
+    fs::remove(Manager());
     const test::CTraceListener trace;
     EXPECT_EQ(Send(), kResultFailed);
     EXPECT_EQ(trace.Messages(),
@@ -173,21 +174,18 @@ TEST_F(SendToServerTest, NoHandleIsLeftOpenOnAnyPath) {
     const struct {
         const char* behaviour;
         int rounds;
-    } cases[] = {{"missing", 1000}, {"silent", 40}, {"gone", 40}, {"nonsense", 40}, {"okay", 40}};
+    } cases[] = {{"silent", 20},   {"line end", 20}, {"gone", 20},
+                 {"nonsense", 20}, {"okay", 20},     {"missing", 1000}};
     for (const auto& each : cases) {
         SCOPED_TRACE(each.behaviour);
         Behave(each.behaviour);
-        const std::string missing = "missing";
-        if (missing == each.behaviour)
-            fs::rename(m_folder / "win32/Corvane.exe", m_folder / "win32/away.exe");
-        for (int i = 0; i < 5; ++i)
-            Send();  // what the system opens once
+        if (each.behaviour == std::string("missing"))
+            s_moduleDirectory = test::Utf16(m_folder / "elsewhere");
+        Send();  // what the system opens once and keeps
         const std::size_t before = test::OpenHandleCount();
         for (int i = 0; i < each.rounds; ++i)
             Send();
         EXPECT_EQ(test::OpenHandleCount(), before);
-        if (missing == each.behaviour)
-            fs::rename(m_folder / "win32/away.exe", m_folder / "win32/Corvane.exe");
     }
 }
 
@@ -218,7 +216,7 @@ TEST_F(SendToServerTest, FiveThousandFilesTakeTenTimesFiveHundred) {
         EXPECT_EQ(SendToServer(kActionSign, files, Surroundings()), kResultDone);
         return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     };
-    time(5000);
+    time(500);  // warms up
     const double few = time(500);
     const double many = time(5000);
     // Ten times, and as much again for a busy machine; quadratic work would take a hundred times.

@@ -62,7 +62,7 @@ TEST(Module, EachClassAnswersToItsInterfacesAndNoOthers) {
             EXPECT_TRUE(result == S_OK ? found != nullptr
                                        : result == E_NOINTERFACE && found == nullptr);
             ComPtr<IUnknown> owner;
-            owner.Attach(static_cast<IUnknown*>(found));
+            *owner.GetAddressOf() = static_cast<IUnknown*>(found);
             // Whichever way one asks, the object's identity is one pointer.
             ComPtr<IUnknown> identity;
             if (owner) {
@@ -176,7 +176,7 @@ public:
 template <class Coclass>
 HRESULT ResultOfMaking() {
     ComPtr<IClassFactory> classObject;
-    classObject.Attach(CClassObject<Coclass>::Make());
+    *classObject.GetAddressOf() = CClassObject<Coclass>::Make();
     void* object = &object;
     const HRESULT result = classObject->CreateInstance(nullptr, kInterfaceId<IUnknown>, &object);
     EXPECT_EQ(object, nullptr);

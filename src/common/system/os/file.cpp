@@ -93,14 +93,15 @@ bool WriteOver(CFileSystem& system, const CUTF16String& path,
     const std::optional<std::uint64_t> length = file->Length();
     if (!length)
         return file->Write(bytes);
-    if (bytes.size() > *length && !file->SetLength(bytes.size())) {
+    const bool fits = bytes.size() <= *length;
+    const bool written = (fits || file->SetLength(bytes.size())) && file->Write(bytes);
+    if (!written && !fits)
         file->SetLength(*length);
-        file.reset();
-        if (created)
-            system.Remove(path);
-        return false;
-    }
-    return file->Write(bytes) && file->SetLength(bytes.size()) && file->Flush();
+    const bool done = written && file->SetLength(bytes.size()) && file->Flush();
+    file.reset();
+    if (!done && created)
+        system.Remove(path);
+    return done;
 }
 
 }  // namespace

@@ -47,7 +47,7 @@ public:
     virtual std::unique_ptr<COpenFile> OpenToWrite(const CUTF16String& path, bool& created) = 0;
 
     /// IsReplaceable is true for an ordinary file and for nothing at all; a link, a device, a
-    /// folder or a part of a file is not to be replaced by another file.
+    /// folder, a read-only file or a part of a file is not to be replaced by another file.
     virtual bool IsReplaceable(const CUTF16String& path) = 0;
 
     /// Replace puts the file `from` at `to`, in the place of an existing file.

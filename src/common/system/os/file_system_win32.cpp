@@ -20,6 +20,11 @@ DWORD ChunkOf(std::size_t size) noexcept {
     return static_cast<DWORD>(std::min(size, kMaxChunk));
 }
 
+/// Has is true for a file that exists with one of `flags` among its attributes.
+bool Has(DWORD attributes, DWORD flags) noexcept {
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & flags) != 0;
+}
+
 class CWindowsFile final : public COpenFile {
 public:
     explicit CWindowsFile(CUniqueFile file) noexcept : m_file(std::move(file)) {}
@@ -103,6 +108,9 @@ public:
 
     std::unique_ptr<COpenFile> OpenToWrite(const CUTF16String& path, bool& created) override {
         const CUTF16String name = OpenablePath(path);
+        // Said here, because an administrator's rights may go further than the attribute.
+        if (Has(GetFileAttributesW(Wide(name)), FILE_ATTRIBUTE_READONLY))
+            return nullptr;
         CUniqueFile file(CreateFileW(Wide(name), GENERIC_WRITE, kShareAll, nullptr, OPEN_ALWAYS,
                                      FILE_ATTRIBUTE_NORMAL | kNoImpersonation, nullptr));
         created = file && GetLastError() != ERROR_ALREADY_EXISTS;
@@ -119,10 +127,9 @@ public:
         if (colon != CUTF16String::npos && colon != 1 &&
             (name == CUTF16String::npos || colon > name))
             return false;
-        const DWORD attributes = GetFileAttributesW(Wide(OpenablePath(path)));
-        constexpr DWORD kSpecial =
-            FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DEVICE;
-        return attributes == INVALID_FILE_ATTRIBUTES || (attributes & kSpecial) == 0;
+        return !Has(GetFileAttributesW(Wide(OpenablePath(path))),
+                    FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT |
+                        FILE_ATTRIBUTE_DEVICE | FILE_ATTRIBUTE_READONLY);
     }
 
     bool Replace(const CUTF16String& from, const CUTF16String& to) override {

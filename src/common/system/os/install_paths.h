@@ -56,8 +56,8 @@ struct ProgramFilesFolders {
 
 /// MapTo32BitInstall points a path or command line of this 64-bit module at the manager's 32-bit
 /// installation: a leading 64-bit program-files folder becomes the 32-bit one (compared unit by
-/// unit, case and all; an empty folder is no prefix); otherwise the first "x64" becomes "win32";
-/// otherwise the path is returned as it is.
+/// unit, case and all, also where the path's own folder name goes on behind it; an empty folder is
+/// no prefix); otherwise the first "x64" becomes "win32"; otherwise the path stays as it is.
 CUTF16String MapTo32BitInstall(const CUTF16String& path, const ProgramFilesFolders& folders);
 
 /// MapTo32BitInstall with the folders given singly.

@@ -72,7 +72,8 @@ std::vector<CUTF16String> ReadLocked(HGLOBAL memory) {
     // The shell's own count walks the block without looking at its size, so the walk that does
     // look comes first.
     const std::optional<CDropList> list = CDropList::Open(block.Bytes());
-    if (!list || DragQueryFileW(static_cast<HDROP>(memory), 0xFFFFFFFF, nullptr, 0) == 0) {
+    if (!list || list->Count() == 0 ||
+        DragQueryFileW(static_cast<HDROP>(memory), 0xFFFFFFFF, nullptr, 0) == 0) {
         TraceString("Unlocking medium because no files");
         return {};
     }

@@ -19,9 +19,11 @@ constexpr UINT kMaxSide = 256;
 constexpr UINT kPixelBytes = 4;
 
 CUniqueIcon LoadSmallIcon(std::uint16_t icon) noexcept {
+    // Without a module's handle this call would look among the system's icons.
+    const HINSTANCE instance = Module().Instance();
     HICON loaded = nullptr;
-    const HRESULT result =
-        LoadIconMetric(Module().Instance(), MAKEINTRESOURCEW(icon), LIM_SMALL, &loaded);
+    const HRESULT result = LoadIconMetric(instance ? instance : GetModuleHandleW(nullptr),
+                                          MAKEINTRESOURCEW(icon), LIM_SMALL, &loaded);
     return CUniqueIcon(SUCCEEDED(result) ? loaded : nullptr);
 }
 

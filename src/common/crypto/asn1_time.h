@@ -35,8 +35,8 @@ inline constexpr int kTimeIllFormed = 1;
 inline constexpr int kTimeOutOfRange = 2;
 
 /// Asn1TimeToTime gives seconds since 1970-01-01 UTC, 0 unless `status` (which may be null) ends
-/// as kTimeConverted. Years count in 32 bits, as in every other program of the suite: 2038 is the
-/// last that converts, 2039 and later are out of range.
+/// as kTimeConverted. The seconds of whole years are a 32-bit number that wraps, as in every other
+/// program of the suite: of the years that a UTCTime reaches, 2039 to 2049 are out of range.
 std::int64_t Asn1TimeToTime(const ASN1_TIME* time, int* status);
 
 /// Asn1TimeToIso gives the time in UTC as "2026-01-02T03:04:05Z" (RFC 3339) over the whole range

@@ -1,0 +1,75 @@
+// Templates and arguments from anywhere: the first line is the template, each further line an
+// argument (a number where it is decimal digits). The expansion never fails, the 8-bit and the
+// UTF-16 formatter agree on plain text, and what the conversions make of any bytes is well-formed.
+
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include "common/system/text/convert.h"
+#include "common/system/text/format.h"
+
+using namespace tarnwell;
+
+namespace {
+
+bool IsAscii(std::string_view text) {
+    for (const char unit : text)
+        if (static_cast<unsigned char>(unit) > 0x7F)
+            return false;
+    return true;
+}
+
+void Require(bool held) {
+    if (!held)
+        std::abort();
+}
+
+std::string_view TakeLine(std::string_view& rest) {
+    const std::size_t end = rest.find('\n');
+    const std::string_view line = rest.substr(0, end);
+    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+    return line;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view input(reinterpret_cast<const char*>(data), size);
+    std::string_view rest = input;
+    const std::string_view text = TakeLine(rest);
+    CTFmtArgs<CISOEncoding> arguments;
+    CTFmtArgs<CUTF16Encoding> wideArguments;
+    std::size_t longest = 39;
+    while (!rest.empty() && arguments.Count() < 12) {
+        const std::string_view line = TakeLine(rest);
+        longest = line.size() > longest ? line.size() : longest;
+        if (const auto number = ParseUnsigned(line)) {
+            arguments.Add(*number);
+            wideArguments.Add(*number);
+        } else if (line.starts_with('-') && ParseUnsigned(line.substr(1))) {
+            const auto number = -static_cast<std::int64_t>(*ParseUnsigned(line.substr(1)));
+            arguments.Add(number);
+            wideArguments.Add(number);
+        } else {
+            arguments.Add(line);
+            wideArguments.Add(Utf16FromUtf8(line));
+        }
+    }
+
+    const CISOString expanded = arguments.Format(text);
+    Require(expanded.Length() <= text.size() * (longest + 1));
+    const CUTF16String wide = wideArguments.Format(Utf16FromUtf8(text));
+    if (IsAscii(input))
+        Require(Utf8FromUtf16(wide) == expanded);
+
+    const CUTF16String once = Utf16FromUtf8(input);
+    Require(Utf16FromUtf8(Utf8FromUtf32(Utf32FromUtf16(once))).Length() == once.Length());
+    for (const char16_t* unit = once.CStr(); unit != once.CStr() + once.Length(); ++unit) {
+        if (IsHighSurrogate(*unit))
+            Require(IsLowSurrogate(*++unit));
+        else
+            Require(!IsLowSurrogate(*unit));
+    }
+    return 0;
+}

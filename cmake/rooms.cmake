@@ -124,7 +124,7 @@ function(tarnwell_unit_tests)
         get_filename_component(name ${source} NAME_WE)
         string(REGEX REPLACE "_(win32|posix)$" "" name ${name})
         add_executable(${name} ${source})
-        target_link_libraries(${name} PRIVATE tarnwell_flags)
+        target_link_libraries(${name} PRIVATE tarnwell_flags tarnwell_net)
         add_dependencies(test_support ${name}) # so they are there when a test starts them
         file(STRINGS ${source} wide REGEX "[ \t]wmain\\(")
         if(WIN32 AND wide)

@@ -2,7 +2,7 @@
 
 #include "common/system/text/convert.h"
 #include "common/system/text/exception.h"
-#include "support/handle_count_win32.h"
+#include "support/process_counts_win32.h"
 #include "support/temp_folder.h"
 #include "support/trace_listener.h"
 
@@ -189,7 +189,7 @@ TEST_F(SendToServerTest, NoHandleIsLeftOpenOnAnyPath) {
     }
 }
 
-TEST_F(SendToServerTest, OpeningIsLocalAndTakesTheFirstFile) {
+TEST_F(SendToServerTest, OpeningWithoutAFileToReadFailsQuietly) {
     static std::vector<CUTF16String> s_opened;
     s_opened.clear();
     ManagerSurroundings surroundings = Surroundings();

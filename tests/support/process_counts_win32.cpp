@@ -1,4 +1,4 @@
-#include "support/handle_count_win32.h"
+#include "support/process_counts_win32.h"
 
 #include "common/system/os/windows.h"
 
@@ -47,6 +47,21 @@ std::size_t OpenHandleCount() {
     for (ULONG i = 0; i < list->count; ++i)
         count += list->entries[i].processId == static_cast<USHORT>(GetCurrentProcessId());
     return count;
+}
+
+std::size_t HeapBytes() {
+    std::vector<HANDLE> heaps(GetProcessHeaps(0, nullptr) + 8);
+    heaps.resize(GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
+    std::size_t bytes = 0;
+    for (const HANDLE heap : heaps) {
+        HeapLock(heap);
+        PROCESS_HEAP_ENTRY entry{};
+        while (HeapWalk(heap, &entry))
+            if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY)
+                bytes += entry.cbData;
+        HeapUnlock(heap);
+    }
+    return bytes;
 }
 
 }  // namespace tarnwell::test

@@ -1,6 +1,7 @@
 #include "manager/core/server.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "common/system/net/http_request.h"
 #include "common/system/net/http_server.h"
@@ -16,27 +17,29 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kReceiveTime = 5s;
 constexpr milliseconds kDrainTime = 300ms;
+constexpr std::uint32_t kPiece = 64 * 1024;
 
 enum class Reading { kComplete, kSilent, kCut, kTooSlow, kTooLarge };
 
-/// Receives until the head is there, or says what came instead of it.
+/// Receives until the head is there, or says what came instead of it. In large pieces: a selection
+/// of thousands of files is a request of megabytes.
 Reading ReadHead(CHttpConnection& connection, CHeadReader& reader) {
-    ByteArray chunk;
-    try {
-        while (connection.ReceiveChunk(chunk)) {
-            switch (reader.Feed({reinterpret_cast<const char*>(chunk.data()), chunk.size()})) {
-                case CHeadReader::State::kComplete:
-                    return Reading::kComplete;
-                case CHeadReader::State::kTooLarge:
-                    return Reading::kTooLarge;
-                case CHeadReader::State::kReading:
-                    break;
-            }
+    std::vector<char> piece(kPiece);
+    for (;;) {
+        const int got = connection.Receive(piece.data(), kPiece);
+        if (got <= 0) {
+            const Reading partial = got == 0 ? Reading::kCut : Reading::kTooSlow;
+            return reader.IsEmpty() ? Reading::kSilent : partial;
         }
-    } catch (const CHttpException&) {
-        return reader.IsEmpty() ? Reading::kSilent : Reading::kTooSlow;
+        switch (reader.Feed({piece.data(), static_cast<std::size_t>(got)})) {
+            case CHeadReader::State::kComplete:
+                return Reading::kComplete;
+            case CHeadReader::State::kTooLarge:
+                return Reading::kTooLarge;
+            case CHeadReader::State::kReading:
+                break;
+        }
     }
-    return reader.IsEmpty() ? Reading::kSilent : Reading::kCut;
 }
 
 Judgement Judge(Reading reading, const CHeadReader& reader, std::uint16_t port) {
@@ -85,11 +88,11 @@ void Refuse(Exchange& exchange, const Refusal& refusal, const CLog& log) {
         // Closing while the client still sends would reset the connection, and the client might
         // never see the answer.
         exchange.connection->SetReceiveDeadline(kDrainTime);
-        ByteArray ignored;
-        while (exchange.connection->ReceiveChunk(ignored)) {
+        std::vector<char> ignored(kPiece);
+        while (exchange.connection->Receive(ignored.data(), kPiece) > 0) {
         }
     } catch (const CHttpException&) {
-        // Gone, or still sending: it has had its answer.
+        // The client is gone and wants no answer.
     }
 }
 

@@ -76,8 +76,7 @@ bool Holds(const std::u16string& path, std::span<const unsigned char> bytes) try
 std::size_t CWorker::Work(CPKCS7_TYPE action, const std::vector<std::u16string>& paths) {
     std::size_t failed = 0;
     for (std::size_t i = 0; i < paths.size(); ++i) {
-        const std::string counter =
-            std::to_string(i + 1) + "/" + std::to_string(paths.size()) + " " + Utf8(paths[i]);
+        m_place = std::to_string(i + 1) + "/" + std::to_string(paths.size()) + " ";
         std::string problem;
         try {
             if (action == CPKCS7_TYPE::RECOVER)
@@ -92,12 +91,14 @@ std::size_t CWorker::Work(CPKCS7_TYPE action, const std::vector<std::u16string>&
         ERR_clear_error();
         if (!problem.empty()) {
             ++failed;
-            m_log.Line("FAILED " + counter + ": " + problem);
-        } else {
-            m_log.Line("done " + counter);
+            Say("FAILED " + Utf8(paths[i]) + ": " + problem);
         }
     }
     return failed;
+}
+
+void CWorker::Say(const std::string& text) const {
+    m_log.Line(m_place + text);
 }
 
 void CWorker::Protect(CPKCS7_TYPE action, const std::u16string& path) {
@@ -115,7 +116,7 @@ void CWorker::Protect(CPKCS7_TYPE action, const std::u16string& path) {
     if (!m_files.IsFile(side.Path()))
         Fail("the folder cannot be written to");
     const std::u16string written = Settle(side.Path(), goal);
-    m_log.Line(std::string(DoneWord(action)) + " " + Utf8(path) + " -> " + Utf8(written));
+    Say(std::string(DoneWord(action)) + " " + Utf8(path) + " -> " + Utf8(written));
 }
 
 std::u16string CWorker::Settle(const std::u16string& side, const std::u16string& goal) {
@@ -138,7 +139,7 @@ void CWorker::Recover(const std::u16string& path) {
     for (unsigned n = 1; n <= kMaxNumber && m_files.IsFile(NumberedPath(goal, n)); ++n) {
         const std::u16string candidate = NumberedPath(goal, n);
         if (Holds(candidate, content)) {
-            m_log.Line("the content of " + Utf8(path) + " is already in " + Utf8(candidate));
+            Say("the content of " + Utf8(path) + " is already in " + Utf8(candidate));
             Open(candidate, trustworthy);
             return;
         }
@@ -147,8 +148,8 @@ void CWorker::Recover(const std::u16string& path) {
     if (!WriteWholeFile(CUTF16String(side.Path()), content))
         Fail("the folder cannot be written to, or the disk is full");
     const std::u16string written = Settle(side.Path(), goal);
-    m_log.Line("recovered " + Utf8(path) + " -> " + Utf8(written) + " (" +
-               std::to_string(content.size()) + " bytes)");
+    Say("recovered " + Utf8(path) + " -> " + Utf8(written) + " (" + std::to_string(content.size()) +
+        " bytes)");
     Open(written, trustworthy);
 }
 
@@ -181,21 +182,21 @@ bool CWorker::SignaturesMatch(const std::u16string& path) {
     for (const auto& signer : *signers.Get())
         matching += signer->verified ? 1 : 0;
     const std::size_t all = signers.Get()->size();
-    m_log.Line(std::to_string(matching) + " of " + std::to_string(all) + " signatures match in " +
-               Utf8(path));
+    Say(std::to_string(matching) + " of " + std::to_string(all) + " signatures match in " +
+        Utf8(path));
     return matching == all;
 }
 
 void CWorker::Open(const std::u16string& path, bool trustworthy) {
     const std::string name = Utf8(path);
     if (!trustworthy)
-        m_log.Line("WARNING not opened, a signature does not match: " + name);
+        Say("WARNING not opened, a signature does not match: " + name);
     else if (IsProgram(path))
-        m_log.Line("not opened because it is a program: " + name);
+        Say("not opened because it is a program: " + name);
     else if (!m_opener)
-        m_log.Line("not opened, as asked: " + name);
+        Say("not opened, as asked: " + name);
     else if (m_opener(path))
-        m_log.Line("opened " + name);
+        Say("opened " + name);
     else
         Fail("the content is in \"" + name + "\", but no program opens it");
 }

@@ -27,6 +27,7 @@ public:
     std::size_t Work(CPKCS7_TYPE action, const std::vector<std::u16string>& paths);
 
 private:
+    void Say(const std::string& text) const;
     void Protect(CPKCS7_TYPE action, const std::u16string& path);
     void Recover(const std::u16string& path);
     void Open(const std::u16string& path, bool trustworthy);
@@ -38,6 +39,7 @@ private:
     CFiles& m_files;
     const CLog& m_log;
     Opener m_opener;
+    std::string m_place;  // "2/3 " while the second of three files is worked on
 };
 
 }  // namespace tarnwell::manager

@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Drives the real development manager under Wine, over loopback HTTP: see manager.py.
+#
+#   TARNWELL_BUILD  the folder with Corvane.exe (default: build/windows/bin)
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+export TARNWELL_BUILD=${TARNWELL_BUILD:-$PWD/build/windows/bin}
+TARNWELL_WINEPREFIX=$(scripts/wine-prefix.sh new)
+export TARNWELL_WINEPREFIX
+trap 'scripts/wine-prefix.sh drop "$TARNWELL_WINEPREFIX"' EXIT
+python3 tests/e2e/manager.py "$@"

@@ -6,8 +6,8 @@
 #include "common/crypto/asn1_time.h"
 #include "common/crypto/certificate_label.h"
 #include "common/crypto/pkcs7_request.h"
+#include "common/system/json/json_line.h"
 #include "common/system/text/convert.h"
-#include "p7tool/json_line.h"
 
 namespace tarnwell::p7tool {
 

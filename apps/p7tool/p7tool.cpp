@@ -2,11 +2,11 @@
 
 #include "common/crypto/pkcs7_build.h"
 #include "common/crypto/pkcs7_request.h"
+#include "common/system/json/json_line.h"
 #include "common/system/text/exception.h"
 #include "common/system/text/convert.h"
 #include "p7tool/command_line.h"
 #include "p7tool/info.h"
-#include "p7tool/json_line.h"
 #include "p7tool/key_files.h"
 #include "version.h"
 

@@ -1,8 +1,8 @@
-#include "p7tool/json_line.h"
+#include "common/system/json/json_line.h"
 
 #include "common/system/text/convert.h"
 
-namespace tarnwell::p7tool {
+namespace tarnwell {
 
 namespace {
 
@@ -69,4 +69,4 @@ void CJsonArray::AddRaw(std::string_view json) {
     m_items += json;
 }
 
-}  // namespace tarnwell::p7tool
+}  // namespace tarnwell

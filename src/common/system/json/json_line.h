@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace tarnwell::p7tool {
+namespace tarnwell {
 
 /// Quoted gives the text as a JSON string. What is no well-formed UTF-8 becomes U+FFFD; control
 /// characters, DEL and the line separators U+2028 and U+2029 are written as \uXXXX.
@@ -40,4 +40,4 @@ private:
     std::string m_items = "[";
 };
 
-}  // namespace tarnwell::p7tool
+}  // namespace tarnwell

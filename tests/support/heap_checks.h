@@ -10,7 +10,9 @@
 namespace tarnwell::test {
 
 // UnderHeapChecks tells whether this run validates the heap at each call.
-inline bool UnderHeapChecks() { return std::getenv("TARNWELL_HEAP_CHECKS") != nullptr; }
+inline bool UnderHeapChecks() {
+    return std::getenv("TARNWELL_HEAP_CHECKS") != nullptr;
+}
 
 // Size gives full, or reduced where the heap is validated at each call.
 inline std::size_t Size(std::size_t full, std::size_t reduced) {

@@ -143,6 +143,9 @@ CUniqueBio OpenEncryptedContent(PKCS7* p7, X509* certificate, EVP_PKEY* key) {
     // Without recipients and without a certificate OpenSSL decrypts under a random key.
     if (RecipientCount(p7) <= 0 || !KeepDifferentAlgorithms(DigestAlgorithms(p7)))
         return CUniqueBio();
+    // With a key of somebody else it gives noise rather than an error.
+    if (certificate && key && EVP_PKEY_eq(X509_get0_pubkey(certificate), key) == 0)
+        return CUniqueBio();
     return CUniqueBio(PKCS7_dataDecode(p7, key, nullptr, certificate));
 }
 

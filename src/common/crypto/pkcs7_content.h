@@ -28,8 +28,8 @@ CUniqueBio OpenClearContent(PKCS7* p7);
 
 /// OpenEncryptedContent opens an enveloped content, digests included, with the recipient's
 /// certificate and key (both borrowed; without a certificate the key is tried on every recipient).
-/// Null where that fails, also for a structure without recipients. A key that is not the
-/// recipient's is noticed at the end of the content only: see DecryptedWell.
+/// Null where that fails, also for a structure without recipients and for a key that is not the
+/// certificate's. A damaged content is noticed at its end only: see DecryptedWell.
 CUniqueBio OpenEncryptedContent(PKCS7* p7, X509* certificate, EVP_PKEY* key);
 
 /// ReadContent reads `content` to its end in small pieces and hands each to `sink(bytes, count)`.

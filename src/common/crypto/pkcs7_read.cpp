@@ -248,7 +248,7 @@ CPKCS7_ERROR CPKCS7::Recover(X509* certificate, EVP_PKEY* key) {
         ReadContent(content.Get(), [&](const unsigned char* piece, std::size_t count) {
             bytes.insert(bytes.end(), piece, piece + count);
         });
-        if (!DecryptedWell(content.Get()))  // a wrong key: what was read is noise
+        if (!DecryptedWell(content.Get()))  // damaged: what was read is noise
             Fail(kDecodeFailed, kNotReadable);
         const CUTF16String target = ContentPath(m_path);
         // A detached signature encloses nothing, and the file beside it is what it signs: that

@@ -16,7 +16,7 @@ help: ## this list
 
 demo: ## the main job step by step under Wine, with pictures, into build/demo (90 s when built)
 	@scripts/setup.sh mingw demo
-	@scripts/build.sh windows "2 minutes from nothing"
+	@scripts/build.sh windows "2 minutes from nothing" programs
 	@scripts/demo.sh
 
 test: ## all tests, native and under Wine (3 minutes when built, 25 from nothing)

@@ -59,10 +59,10 @@ tests native-asan "Native tests with address, leak and undefined-behaviour check
 
 one "build of windows-debug" scripts/build.sh windows-debug "seconds when built, 3 minutes from nothing"
 TARNWELL_HEAP_CHECKS=1 tests windows-debug \
-    "Windows tests under Wine with heap checks (about a minute)" -L unit
+    "Windows tests under Wine with every heap call checked (about a minute)" -L unit
 
 one "build of windows" scripts/build.sh windows "seconds when built, 3 minutes from nothing"
 say "Size, imports and hardening of the release DLL"
 one "check of Tarnwell.dll" scripts/check-dll build/windows/bin/Tarnwell.dll
-tests windows "The release DLL end to end under Wine (about a minute)" -L e2e
+tests windows "Windows tests of the release, and the DLL end to end under Wine (about a minute)"
 finish

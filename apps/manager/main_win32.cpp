@@ -63,9 +63,12 @@ void SettlePaths(Options& options) {
 }
 
 bool OpenWithShell(const std::u16string& path) {
-    const HINSTANCE result =
-        ShellExecuteW(nullptr, nullptr, Wide(path.c_str()), nullptr, nullptr, SW_SHOWNORMAL);
-    return reinterpret_cast<INT_PTR>(result) > 32;
+    SHELLEXECUTEINFOW info = {};
+    info.cbSize = sizeof(info);
+    info.fMask = SEE_MASK_NOASYNC;  // the process ends soon: nothing may be left to a helper thread
+    info.lpFile = Wide(path.c_str());
+    info.nShow = SW_SHOWNORMAL;
+    return ShellExecuteExW(&info) != 0;
 }
 
 ExitStatus Standalone(const Options& options) {

@@ -14,6 +14,13 @@ bool StartsWithDrive(std::u16string_view path) {
     return path.size() > 3 && isLetter(path[0]) && path[1] == u':' && IsSlash(path[2]);
 }
 
+/// Windows takes what stands behind a further colon for a hidden stream of the file.
+bool NamesAStream(std::u16string_view path) {
+    const std::size_t drive = path.starts_with(u"\\\\?\\") ? 5 : 1;
+    const std::size_t colon = path.rfind(u':');
+    return colon != path.npos && colon != drive;
+}
+
 /// The end of the path that starts at `start`: the next comma with a full path behind it.
 std::size_t EndOfPath(std::u16string_view joined, std::size_t start) {
     std::size_t comma = joined.find(u',', start);
@@ -39,7 +46,7 @@ FileList ResolveFileList(std::u16string_view joined, const IsFile& isFile) {
     for (std::size_t start = 0; start <= joined.size();) {
         const std::size_t end = EndOfPath(joined, start);
         std::u16string path(joined.substr(start, end - start));
-        const bool exists = IsFullPath(path) && isFile(path);
+        const bool exists = IsFullPath(path) && !NamesAStream(path) && isFile(path);
         (exists ? list.files : list.unresolved).push_back(std::move(path));
         start = end + 1;
     }

@@ -46,6 +46,8 @@ TEST(ResolveFileList, FindsNamesWithCommas) {
         {u",", {u"", u","}, {}, {u","}},
         {u"C:\\a,", {u"C:\\a"}, {}, {u"C:\\a,"}},
         {u"\\\\.\\pipe\\x", {u"\\\\.\\pipe\\x"}, {}, {u"\\\\.\\pipe\\x"}},
+        {u"C:\\a:b", {u"C:\\a:b"}, {}, {u"C:\\a:b"}},
+        {u"\\\\?\\C:\\a", {u"\\\\?\\C:\\a"}, {u"\\\\?\\C:\\a"}, {}},
     };
     for (const Case& each : cases) {
         const std::set<std::u16string> existing(each.existing.begin(), each.existing.end());

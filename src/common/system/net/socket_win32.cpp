@@ -41,10 +41,14 @@ constexpr int LengthOf(std::uint32_t length) noexcept {
     return static_cast<int>(std::min<std::uint32_t>(length, 0x7FFFFFFF));
 }
 
-/// NotInherited keeps the socket out of programs that this one starts: they would hold it open.
-SocketHandle NotInherited(SOCKET socket) noexcept {
-    if (socket != INVALID_SOCKET)
-        SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
+/// Prepared keeps the socket out of programs that this one starts, which would hold it open, and
+/// lets short lines go out at once instead of each waiting for the peer to acknowledge the last.
+SocketHandle Prepared(SOCKET socket) noexcept {
+    if (socket == INVALID_SOCKET)
+        return kNoSocket;
+    const BOOL on = TRUE;
+    SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
     return socket;
 }
 
@@ -78,7 +82,7 @@ std::optional<std::uint32_t> ResolveHost(const char* host) noexcept {
 }
 
 SocketHandle OpenSocket() noexcept {
-    return NotInherited(socket(AF_INET, SOCK_STREAM, 0));
+    return Prepared(socket(AF_INET, SOCK_STREAM, 0));
 }
 
 bool ConnectSocket(SocketHandle socket, CIpv4Endpoint peer) noexcept {
@@ -132,7 +136,7 @@ SocketHandle ListenOnLoopback(std::uint16_t& port) noexcept {
 }
 
 SocketHandle AcceptSocket(SocketHandle listener) noexcept {
-    return NotInherited(accept(listener, nullptr, nullptr));
+    return Prepared(accept(listener, nullptr, nullptr));
 }
 
 }  // namespace tarnwell

@@ -9,6 +9,9 @@
 #include "common/system/trace/trace.h"
 
 namespace tarnwell {
+
+const char* const kSupportedLanguages[] = {"en", "fr", "es", "pl", nullptr};
+
 namespace {
 
 /// The zip reader and what it has allocated.

@@ -13,7 +13,7 @@
 namespace tarnwell {
 
 /// The languages that the manager has a catalogue for, ended by a null; the first is the fallback.
-inline constexpr const char* kSupportedLanguages[] = {"en", "fr", "es", "pl", nullptr};
+extern const char* const kSupportedLanguages[];
 
 /// The largest catalogue that is unpacked. Real ones stay below 1 MiB; an entry that claims more
 /// is refused before anything is allocated for it.

@@ -1,0 +1,43 @@
+#pragma once
+
+// What the user asked for on the command line. Pure.
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "common/system/text/string.h"
+
+namespace tarnwell::shellprobe {
+
+enum class ECommand { kMenu, kInvoke, kPopup, kStress, kHelp, kVersion };
+
+struct Arguments {
+    ECommand command = ECommand::kHelp;
+    std::uint32_t flags = 0;    ///< CMF_… of the menu
+    std::uint32_t firstId = 1;  ///< ids that the handler may use
+    std::uint32_t lastId = 0x7FFF;
+    std::uint32_t offset = 0;       ///< of the command to carry out
+    std::uint32_t answerAfter = 0;  ///< milliseconds that a message box stays
+    std::int32_t x = 0;             ///< of the pop-up menu, in screen pixels
+    std::int32_t y = 0;
+    std::uint32_t rounds = 0;
+    std::vector<CUTF16String> files;
+};
+
+/// A wrong command line; what() says what is wrong and what to write instead.
+class EUsage : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// ParseArguments reads the arguments without the program's name. Options are written
+/// "--name=VALUE" and may stand anywhere behind the command; "--" ends them. Throws EUsage.
+Arguments ParseArguments(const std::vector<CUTF16String>& arguments);
+
+/// HelpText is what --help prints.
+std::string HelpText();
+
+}  // namespace tarnwell::shellprobe

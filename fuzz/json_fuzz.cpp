@@ -1,0 +1,69 @@
+// The catalogue's JSON reader over arbitrary bytes: it stays inside its text, and the tree it gives
+// answers every question consistently.
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include "common/system/json/js_parser.h"
+
+namespace {
+
+using tarnwell::CJSValue;
+
+// Looking up every member of a large object takes quadratic time.
+constexpr std::size_t kLookups = 64;
+
+void Require(bool holds) {
+    if (!holds)
+        std::abort();
+}
+
+void Walk(const CJSValue& value, int depth) {
+    Require(depth <= 2 * tarnwell::kMaxJSDepth);
+    const auto text = value.StringValue();
+    Require(text.CStr()[text.Length()] == '\0');
+    std::vector<unsigned char> bytes;
+    if (value.BytesValue(bytes))
+        Require(bytes.size() <= text.Length());
+    Require(value.IntegerValue() >= 0);
+    Require(!value.IsUndefined() || value.BooleanValueOr(true));
+
+    const std::size_t count = value.Count();
+    Require(value.Element(count).IsUndefined());
+    Require(value.Element(SIZE_MAX).IsUndefined());
+    for (std::size_t i = 0; i < count; ++i) {
+        const CJSValue& element = value.Element(i);
+        const auto* const member = dynamic_cast<const tarnwell::CJSKeyedValue*>(&element);
+        if (member != nullptr && i < kLookups) {
+            const auto key = member->Key();
+            const CJSValue& found = value.Member(key);
+            Require(!found.IsUndefined() && found.Key() == key);
+            if (tarnwell::DecodeHex(key, bytes))
+                Require(!value.MemberByBytes(bytes).IsUndefined());
+        }
+        // A member answers as its value does: going on with the value walks each node once.
+        Walk(member != nullptr ? member->Value() : element, depth + 1);
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    // The reader reports missing colons there.
+    return std::freopen("/dev/null", "w", stdout) != nullptr ? 0 : 1;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const auto* const text = reinterpret_cast<const char*>(data);
+    const char* const end = text + size;
+    for (const char* cursor = text; cursor < end;) {
+        const char* const before = cursor;
+        Walk(*tarnwell::ParseJSValue(cursor, end), 0);
+        Require(cursor >= before && cursor <= end);
+        if (cursor == before)
+            ++cursor;
+    }
+    return 0;
+}

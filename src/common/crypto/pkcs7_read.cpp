@@ -1,12 +1,8 @@
-#include <climits>
-#include <cstdint>
 #include <utility>
-
-#include <openssl/err.h>
 
 #include "common/crypto/pkcs7.h"
 #include "common/crypto/pkcs7_content.h"
-#include "common/crypto/short_time.h"
+#include "common/crypto/pkcs7_file.h"
 #include "common/system/os/file.h"
 #include "common/system/text/convert.h"
 #include "common/system/trace/trace.h"
@@ -15,38 +11,11 @@ namespace tarnwell {
 
 namespace {
 
-/// OpenSSL takes lengths as `long`, which has 32 bits on Windows.
-constexpr std::uint64_t kMaxFileSize = 0x7FFFFFFF;
-static_assert(kMaxFileSize <= LONG_MAX);
-
 constexpr char kParseFailed[] = "Failed to create PKCS7 from encrypted file";
 constexpr char kDecodeFailed[] = "There was a problem when we tried decoding the data in the file.";
 constexpr CPKCS7_ERROR kNotReadable = CPKCS7_ERROR::ERROR_OPENSSL | CPKCS7_ERROR::ERROR_RECOVER;
 constexpr CPKCS7_ERROR kNoRecipients =
     CPKCS7_ERROR::ERROR_OPENSSL | CPKCS7_ERROR::GET_RECIPIENT_FAIL;
-
-CUniquePkcs7 Decode(const CFileBytes& file) {
-    const unsigned char* bytes = file.Data();
-    return CUniquePkcs7(
-        file.IsEmpty() ? nullptr : d2i_PKCS7(nullptr, &bytes, static_cast<long>(file.Size())));
-}
-
-/// Reads and parses the file; its bytes are gone when this returns.
-CUniquePkcs7 Parse(const CUTF16String& path) try {
-    ERR_clear_error();
-    CFileBytes file = ReadWholeFile(path, kMaxFileSize);
-    CUniquePkcs7 p7 = Decode(file);
-    if (p7)
-        return p7;
-    const std::size_t hidden = HideShortTimes({file.Data(), file.Size()});
-    if (hidden > 0)
-        p7 = Decode(file);
-    if (p7 && !RestoreShortTimes(p7.Get(), hidden))
-        p7.Reset();
-    return p7;
-} catch (const EFileTooLarge&) {
-    return CUniquePkcs7();
-}
 
 /// The certificates of the signed part of either signed type; null where the file has no set.
 STACK_OF(X509) * CertificateSet(PKCS7* p7) noexcept {
@@ -100,7 +69,7 @@ void CPKCS7::Fail(const char* message, CPKCS7_ERROR code) {
 
 PKCS7* CPKCS7::GetPKCS7() {
     if (!m_pkcs7)
-        m_pkcs7 = Parse(m_path).Release();
+        m_pkcs7 = LoadPkcs7(m_path).Release();
     if (!m_pkcs7)
         Fail(kParseFailed, kNotReadable);
     return m_pkcs7;

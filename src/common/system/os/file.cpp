@@ -123,8 +123,8 @@ void CFileBytes::Reset() noexcept {
     m_size = 0;
 }
 
-CFileBytes ReadWholeFile(CFileSystem& system, const CUTF16String& path, std::uint64_t limit) {
-    const std::unique_ptr<COpenFile> file = IsUsable(path) ? system.OpenToRead(path) : nullptr;
+WholeFile OpenWholeFile(CFileSystem& system, const CUTF16String& path, std::uint64_t limit) {
+    std::unique_ptr<COpenFile> file = IsUsable(path) ? system.OpenToRead(path) : nullptr;
     if (!file)
         throw CException(CISOString("reading '") + Utf8FromUtf16(path) + "' failed!");
     const std::optional<std::uint64_t> length = file->Length();
@@ -133,9 +133,19 @@ CFileBytes ReadWholeFile(CFileSystem& system, const CUTF16String& path, std::uin
     if (*length > std::min<std::uint64_t>(limit, SIZE_MAX))
         throw EFileTooLarge(CISOString("reading '") + Utf8FromUtf16(path) +
                             "' failed: it is longer than " + FromNumber(limit) + " bytes");
-    CFileBytes bytes(static_cast<std::size_t>(*length));
-    const std::size_t read = file->Read({bytes.Data(), bytes.Size()});
-    std::fill(bytes.Data() + read, bytes.Data() + bytes.Size(), static_cast<unsigned char>(0));
+    return {std::move(file), static_cast<std::size_t>(*length)};
+}
+
+void ReadPiece(COpenFile& file, std::span<unsigned char> bytes) noexcept {
+    const std::size_t read = file.Read(bytes);
+    std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(read), bytes.end(),
+              static_cast<unsigned char>(0));
+}
+
+CFileBytes ReadWholeFile(CFileSystem& system, const CUTF16String& path, std::uint64_t limit) {
+    const WholeFile opened = OpenWholeFile(system, path, limit);
+    CFileBytes bytes(opened.length);
+    ReadPiece(*opened.file, {bytes.Data(), bytes.Size()});
     return bytes;
 }
 

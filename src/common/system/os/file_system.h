@@ -58,6 +58,19 @@ public:
     static CFileSystem& Native() noexcept;
 };
 
+/// A file that is about to be read to its end, and its length in bytes.
+struct WholeFile {
+    std::unique_ptr<COpenFile> file;
+    std::size_t length;
+};
+
+/// OpenWholeFile opens as ReadWholeFile does, with the same exceptions, for a reader that wants
+/// the pieces of the file in different places.
+WholeFile OpenWholeFile(CFileSystem& system, const CUTF16String& path, std::uint64_t limit);
+
+/// ReadPiece fills `bytes` with what comes next in the file; what cannot be read is zero.
+void ReadPiece(COpenFile& file, std::span<unsigned char> bytes) noexcept;
+
 /// The functions of file.h over a file system of the caller's.
 CFileBytes ReadWholeFile(CFileSystem& system, const CUTF16String& path, std::uint64_t limit);
 bool WriteWholeFile(CFileSystem& system, const CUTF16String& path,

@@ -1,0 +1,244 @@
+// Reading signed files: one of 200 MiB against the openssl program, and 2,000 small ones against
+// the bare OpenSSL calls. Each row's contenders take turns, and the row compares their medians.
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "common/crypto/pkcs7_build.h"
+#include "common/crypto/pkcs7_request.h"
+
+namespace {
+
+using namespace tarnwell;
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kLargeContent = 200 << 20;
+constexpr int kLargeRounds = 7;
+constexpr int kSmallFiles = 2000;
+constexpr std::size_t kSmallContent = 1500;  // makes a file of about 3 KB
+constexpr int kSmallRounds = 9;
+
+double Milliseconds(Clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+void Require(bool condition, const char* what) {
+    if (!condition)
+        throw std::runtime_error(what);
+}
+
+/// A folder that goes away with everything in it.
+struct Folder {
+    Folder() : path(fs::temp_directory_path() / ("container_bench." + std::to_string(getpid()))) {
+        fs::create_directory(path);
+    }
+    ~Folder() {
+        std::error_code ignored;
+        fs::remove_all(path, ignored);
+    }
+    fs::path path;
+};
+
+CUTF16String Utf16(const fs::path& path) {
+    return CUTF16String(path.u16string());
+}
+
+struct Signer {
+    Signer() : key(EVP_RSA_gen(2048)), certificate(X509_new()) {
+        X509* x509 = certificate.Get();
+        ASN1_INTEGER_set(X509_get_serialNumber(x509), 1);
+        X509_gmtime_adj(X509_getm_notBefore(x509), 0);
+        X509_gmtime_adj(X509_getm_notAfter(x509), 3600);
+        X509_NAME* name = X509_get_subject_name(x509);
+        const unsigned char text[] = "Bench";
+        X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_UTF8, text, -1, -1, 0);
+        X509_set_issuer_name(x509, name);
+        X509_set_pubkey(x509, key.Get());
+        Require(X509_sign(x509, key.Get(), EVP_sha256()) > 0, "no certificate");
+    }
+    CUniqueKey key;
+    CUniqueX509 certificate;
+};
+
+fs::path MakeSigned(const Signer& signer, const fs::path& input, std::size_t size) {
+    std::string content(size, '\0');
+    unsigned state = 1;
+    for (char& byte : content)
+        byte = static_cast<char>((state = state * 1103515245 + 12345) >> 24);
+    std::ofstream(input, std::ios::binary)
+        .write(content.data(), static_cast<std::streamsize>(content.size()));
+    CPKCS7Build build(CPKCS7_TYPE::SIGN);
+    build.AddSigner(signer.certificate.Get(), signer.key.Get(), EVP_sha256());
+    const fs::path output = input.string() + ".p7";
+    Require(build.Build(Utf16(input), Utf16(output)) == CPKCS7_ERROR::NONE && build.WasWritten(),
+            "the signed file cannot be built");
+    fs::remove(input);
+    return output;
+}
+
+void ReadSigners(const fs::path& path) {
+    CPKCS7Request file(Utf16(path));
+    const CUniqueSignerList signers = file->GetSigners(nullptr, nullptr);
+    Require(signers.Get()->size() == 1 && signers.Get()->front()->verified, "it must verify");
+}
+
+/// What a process of its own took.
+struct Cost {
+    double milliseconds;
+    double peakMegabytes;
+};
+
+Cost Waited(pid_t child, Clock::time_point start) {
+    int status = 0;
+    rusage usage{};
+    Require(wait4(child, &status, 0, &usage) == child, "wait4 failed");
+    const double time = Milliseconds(start);
+    Require(WIFEXITED(status) && WEXITSTATUS(status) == 0, "a contender failed");
+    return {time, static_cast<double>(usage.ru_maxrss) / 1024};
+}
+
+Cost InChild(const std::function<void()>& work) {
+    const auto start = Clock::now();
+    const pid_t child = fork();
+    Require(child >= 0, "fork failed");
+    if (child == 0) {
+        try {
+            work();
+            _exit(0);
+        } catch (...) {
+            _exit(1);
+        }
+    }
+    return Waited(child, start);
+}
+
+Cost OpenSslProgram(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "openssl");
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments)
+        pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    for (const int stream : {1, 2})
+        posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_WRONLY, 0);
+    pid_t child = 0;
+    const auto start = Clock::now();
+    const int failed = posix_spawnp(&child, "openssl", &actions, nullptr, pointers.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    Require(!failed, "the openssl program is missing");
+    return Waited(child, start);
+}
+
+void Row(const char* name, double value, const char* unit, double limit, int& status) {
+    std::printf("  %-58s %8.2f %s", name, value, unit);
+    if (limit > 0) {
+        std::printf("   at most %.1f: %s", limit, value <= limit ? "met" : "MISSED");
+        status |= value <= limit ? 0 : 1;
+    }
+    std::printf("\n");
+}
+
+void LargeFile(const Signer& signer, const fs::path& folder, int& status) {
+    fs::path path;
+    // Made in a process of its own, so that this one stays small when it forks.
+    InChild([&] { MakeSigned(signer, folder / "large", kLargeContent); });
+    path = folder / "large.p7";
+    const double fileMegabytes = static_cast<double>(fs::file_size(path)) / (1 << 20);
+    std::vector<double> own, digest, verify;
+    double peak = 0;
+    for (int round = 0; round < kLargeRounds; ++round) {
+        const Cost cost = InChild([&] { ReadSigners(path); });
+        own.push_back(cost.milliseconds);
+        peak = std::max(peak, cost.peakMegabytes);
+        digest.push_back(OpenSslProgram({"dgst", "-sha256", path}).milliseconds);
+        verify.push_back(OpenSslProgram({"cms", "-verify", "-noverify", "-binary", "-inform", "DER",
+                                         "-in", path, "-out", "/dev/null"})
+                             .milliseconds);
+    }
+    std::printf("A signed DER file of %.0f MiB (medians of %d rounds)\n", fileMegabytes,
+                kLargeRounds);
+    Row("signers read and verified", Median(own), "ms", 0, status);
+    Row("openssl dgst -sha256", Median(digest), "ms", 0, status);
+    Row("openssl cms -verify", Median(verify), "ms", 0, status);
+    Row("ratio to openssl dgst", Median(own) / Median(digest), "x ", 2.0, status);
+    Row("ratio to openssl cms", Median(own) / Median(verify), "x ", 0.5, status);
+    Row("peak memory, ratio to the file", peak / fileMegabytes, "x ", 2.1, status);
+}
+
+/// The calls that no reader can do without, on bytes that are in memory already.
+void BareCalls(const std::string& bytes) {
+    const auto* next = reinterpret_cast<const unsigned char*>(bytes.data());
+    const CUniquePkcs7 p7(d2i_PKCS7(nullptr, &next, static_cast<long>(bytes.size())));
+    const CUniqueBio content(PKCS7_dataInit(p7.Get(), nullptr));
+    unsigned char piece[512];
+    while (BIO_read(content.Get(), piece, sizeof piece) > 0) {
+    }
+    PKCS7_SIGNER_INFO* info = sk_PKCS7_SIGNER_INFO_value(PKCS7_get_signer_info(p7.Get()), 0);
+    const CUniqueX509 certificate(X509_dup(X509_find_by_issuer_and_serial(
+        p7.Get()->d.sign->cert, info->issuer_and_serial->issuer, info->issuer_and_serial->serial)));
+    Require(PKCS7_signatureVerify(content.Get(), p7.Get(), info, certificate.Get()) > 0,
+            "it must verify");
+}
+
+void SmallFiles(const Signer& signer, const fs::path& folder, int& status) {
+    const fs::path one = MakeSigned(signer, folder / "small", kSmallContent);
+    std::vector<fs::path> paths;
+    std::vector<std::string> contents;
+    for (int i = 0; i < kSmallFiles; ++i) {
+        paths.push_back(folder / ("small" + std::to_string(i) + ".p7"));
+        fs::copy_file(one, paths.back());
+        std::ifstream file(paths.back(), std::ios::binary);
+        contents.emplace_back(std::istreambuf_iterator<char>(file),
+                              std::istreambuf_iterator<char>());
+    }
+    std::vector<double> own, bare;
+    for (int round = 0; round < kSmallRounds; ++round) {
+        auto start = Clock::now();
+        for (const fs::path& path : paths)
+            ReadSigners(path);
+        own.push_back(Milliseconds(start));
+        start = Clock::now();
+        for (const std::string& bytes : contents)
+            BareCalls(bytes);
+        bare.push_back(Milliseconds(start));
+    }
+    std::printf("%d signed files of %.1f KB in one process (medians of %d rounds)\n", kSmallFiles,
+                static_cast<double>(contents[0].size()) / 1000, kSmallRounds);
+    Row("files opened, signers read and verified", Median(own), "ms", 0, status);
+    Row("bare OpenSSL calls on the same bytes in memory", Median(bare), "ms", 0, status);
+    Row("ratio", Median(own) / Median(bare), "x ", 1.3, status);
+}
+
+}  // namespace
+
+int main() try {
+    int status = 0;
+    const Folder folder;
+    const Signer signer;
+    LargeFile(signer, folder.path, status);
+    SmallFiles(signer, folder.path, status);
+    return status;
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "container_bench: %s\n", error.what());
+    return 1;
+}

@@ -33,6 +33,8 @@ private:
 
 }  // namespace
 
+// NOLINTBEGIN(cert-dcl50-cpp): the interface is variadic.
+
 // The name is text, not a format; arguments behind it have no types here and are not read.
 extern "C" void TraceEnter(const char* name, ...) {
     const CKeepLastError keep;
@@ -65,6 +67,8 @@ extern "C" void TraceString(const char* format, ...) {
     WriteTrace(t_depth, ETraceMark::kMessage, length < 0 ? format : text);
 }
 
+// NOLINTEND(cert-dcl50-cpp)
+
 /// The system's text for a Win32 error code in UTF-8, without white space behind it. It belongs
 /// to the calling thread and holds until that thread asks for the next one.
 extern "C" const char* GetWin32ErrorString(std::uint32_t code) {
@@ -82,8 +86,8 @@ extern "C" const char* GetWin32ErrorString(std::uint32_t code) {
     if (bytes > 0)
         t_win32Text[bytes] = '\0';
     else
-        std::snprintf(t_win32Text, sizeof(t_win32Text), "Win32 error %u (0x%X)",
-                      static_cast<unsigned>(code), static_cast<unsigned>(code));
+        (void)std::snprintf(t_win32Text, sizeof(t_win32Text), "Win32 error %u (0x%X)",
+                            static_cast<unsigned>(code), static_cast<unsigned>(code));
     return t_win32Text;
 }
 
@@ -91,7 +95,7 @@ extern "C" const char* GetWin32ErrorString(std::uint32_t code) {
 extern "C" const char* GetCkErrorString(unsigned long code) {
     if (const char* name = CkErrorName(code))
         return name;
-    std::snprintf(t_ckText, sizeof(t_ckText), "%s0x%08lX",
-                  code >= 0x80000000UL ? "CKR_VENDOR_DEFINED " : "CKR ", code);
+    (void)std::snprintf(t_ckText, sizeof(t_ckText), "%s0x%08lX",
+                        code >= 0x80000000UL ? "CKR_VENDOR_DEFINED " : "CKR ", code);
     return t_ckText;
 }

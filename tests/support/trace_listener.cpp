@@ -13,7 +13,7 @@ CTraceListener* s_listener = nullptr;
 
 const char* Numbered(const char* kind, unsigned long code) {
     thread_local char text[64];
-    std::snprintf(text, sizeof(text), "%s error %lu", kind, code);
+    (void)std::snprintf(text, sizeof(text), "%s error %lu", kind, code);
     return text;
 }
 const char* Win32Text(std::uint32_t code) {
@@ -31,7 +31,7 @@ std::string Filled(const char* format, std::va_list arguments) {
     if (length < 0)
         return std::string("(bad format) ") + format;
     std::string text(static_cast<std::size_t>(length) + 1, '\0');
-    std::vsnprintf(text.data(), text.size(), format, arguments);
+    (void)std::vsnprintf(text.data(), text.size(), format, arguments);
     text.pop_back();
     return text;
 }
@@ -81,6 +81,8 @@ void CTraceListener::Clear() {
     m_entries.clear();
 }
 
+// The library's functions are variadic.
+// NOLINTBEGIN(cert-dcl50-cpp)
 void CTraceListener::Enter(const char* name, ...) {
     s_listener->Add(EKind::kScope, std::string("enter ") + name);
 }
@@ -96,6 +98,8 @@ void CTraceListener::Message(const char* format, ...) {
     va_end(arguments);
     s_listener->Add(EKind::kMessage, std::move(text));
 }
+
+// NOLINTEND(cert-dcl50-cpp)
 
 void CTraceListener::Add(EKind kind, std::string line) {
     const std::lock_guard lock(m_mutex);

@@ -47,13 +47,13 @@ public:
         return base;
     }
     void Release(void* base, std::size_t size) noexcept override {
-        if (!pages.count(base) || pages[base] != size)
-            faults.push_back("released what was not reserved");
+        if (!pages.contains(base) || pages[base] != size)
+            faults.emplace_back("released what was not reserved");
         GiveBack(pages, base);
     }
     bool Lock(void* base, std::size_t size) noexcept override {
-        if (!pages.count(base) || pages[base] != size)
-            faults.push_back("locked what was not reserved");
+        if (!pages.contains(base) || pages[base] != size)
+            faults.emplace_back("locked what was not reserved");
         if (lockRefusals == 0)
             return true;
         if (lockRefusals > 0)
@@ -75,8 +75,8 @@ public:
         return base;
     }
     void FreeHeap(void* memory) noexcept override {
-        if (!heap.count(memory))
-            faults.push_back("freed what was not on the heap");
+        if (!heap.contains(memory))
+            faults.emplace_back("freed what was not on the heap");
         GiveBack(heap, memory);
     }
 
@@ -85,7 +85,7 @@ private:
         const auto* bytes = static_cast<const unsigned char*>(base);
         for (std::size_t i = 0; i < from[base]; ++i) {
             if (bytes[i] != 0) {
-                faults.push_back("gave back memory that was not wiped");
+                faults.emplace_back("gave back memory that was not wiped");
                 break;
             }
         }

@@ -137,7 +137,7 @@ void* CSecureAllocator::TryAllocate(std::size_t bytes) noexcept {
 
 void CSecureAllocator::free(void* data) noexcept {
     const CCriticalSectionLock lock(m_section);
-    SecureBlock* block = reinterpret_cast<SecureBlock*>(static_cast<std::byte*>(data) - kHeader);
+    auto* block = reinterpret_cast<SecureBlock*>(static_cast<std::byte*>(data) - kHeader);
     if (!IsUsed(block))
         return;
     block->size &= ~kUsed;

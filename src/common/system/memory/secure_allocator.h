@@ -4,6 +4,7 @@
 // segregated fit: 16 sub-classes for each power of two. The zone owns its pages; blocks belong to
 // their callers until freed. Any thread may call: every operation takes the zone's lock.
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -70,7 +71,7 @@ public:
 
     /// ClassOf gives the list for blocks of `size` bytes (16 to kLargestZone).
     static constexpr std::size_t ClassOf(std::size_t size) noexcept {
-        const auto power = static_cast<std::size_t>(std::bit_width(size)) - 1;
+        const auto power = static_cast<std::size_t>(std::bit_width(std::max(size, kHeader))) - 1;
         return ((size - (std::size_t{1} << power)) >> (power - 4)) + 16 * (power - 4);
     }
 

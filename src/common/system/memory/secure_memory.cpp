@@ -13,7 +13,7 @@ namespace {
 alignas(CSecureZones) constinit unsigned char s_storage[sizeof(CSecureZones)] = {};
 
 CSecureZones& Zones() noexcept {
-    static CSecureZones* const zones = new (s_storage) CSecureZones(OsZoneSystem());
+    static auto* const zones = new (s_storage) CSecureZones(OsZoneSystem());
     return *zones;
 }
 

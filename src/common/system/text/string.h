@@ -17,6 +17,7 @@
 
 #include "common/system/memory/secure_memory.h"
 #include "common/system/text/encoding.h"
+#include "common/system/text/string_record.h"
 
 namespace tarnwell {
 
@@ -185,7 +186,7 @@ private:
 
     static Record* NewRecord(Unit* data, std::size_t capacity) {
         try {
-            return new Record{data, 0, capacity, 1};
+            return new (NewStringRecord(sizeof(Record))) Record{data, 0, capacity, 1};
         } catch (const std::bad_alloc&) {
             SecureFree(data);
             throw;
@@ -196,7 +197,7 @@ private:
         Record* record = std::exchange(m_record, nullptr);
         if (record && --record->references == 0) {
             SecureFree(record->data);
-            delete record;
+            DeleteStringRecord(record);
         }
     }
 

@@ -1,5 +1,6 @@
 #include "tarnwell/win32/open_signed_file.h"
 
+#include "common/crypto/openssl_start.h"
 #include "common/crypto/pkcs7_request.h"
 #include "common/system/os/windows.h"
 #include "common/system/trace/trace.h"
@@ -46,6 +47,7 @@ std::intptr_t OpenWithShell(const CUTF16String& file) {
 ResultCode OpenSignedFile(CUTF16String path, ShellOpener open) noexcept {
     // The caller's box is the whole message: what went wrong inside is not told apart.
     try {
+        StartOpenSsl();
         OPENSSL_init_crypto(OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr);
         OPENSSL_init_crypto(OPENSSL_INIT_ADD_ALL_CIPHERS | OPENSSL_INIT_ADD_ALL_DIGESTS, nullptr);
         return RecoverAndOpen(std::move(path), open);

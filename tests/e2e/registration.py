@@ -54,16 +54,32 @@ def wine(*arguments, check=True) -> subprocess.CompletedProcess:
     return done
 
 
+def drive() -> pathlib.Path:
+    return pathlib.Path(os.environ["TARNWELL_WINEPREFIX"]) / "drive_c"
+
+
 def classes() -> dict:
-    """Every key below the machine's classes with its values."""
+    """The machine's classes: every name, and all keys and values below what may be ours."""
     keys, values = {}, {}
-    for line in wine(BUILD / "com_probe.exe", "classes").stdout.splitlines():
+    ours = [".p7", ".p7m", "*", "PKCS7File", *(f"CLSID\\{each}" for each in (MENU, ICON, TIP))]
+    for line in wine(BUILD / "com_probe.exe", "classes", *ours).stdout.splitlines():
         if line.startswith(" "):
             name, _, text = line[1:].partition("=")
             values[name] = text
         else:
             values = keys.setdefault(line, {})
     return keys
+
+
+def write_classes(rows: dict):
+    """Puts keys and values into the machine's classes, as another program would."""
+    lines = ["REGEDIT4"]
+    for key, values in rows.items():
+        lines.append(f"[{CLASSES}\\{key}]")
+        for name, text in values.items():
+            lines.append((f'"{name}"' if name else "@") + f'="{text}"')
+    (drive() / "others.reg").write_text("\r\n".join(lines) + "\r\n")
+    wine("regedit", "/S", "C:\\others.reg")
 
 
 def with_rows(before: dict, rows: dict, module: str) -> dict:
@@ -78,7 +94,7 @@ def with_rows(before: dict, rows: dict, module: str) -> dict:
 
 def install(folder: str) -> str:
     """Puts the DLL into a folder of drive C and returns its Windows path."""
-    target = pathlib.Path(os.environ["TARNWELL_WINEPREFIX"]) / "drive_c" / folder.replace("\\", "/")
+    target = drive() / folder.replace("\\", "/")
     target.mkdir(parents=True, exist_ok=True)
     shutil.copy(BUILD / "Tarnwell.dll", target)
     return f"C:\\{folder}\\Tarnwell.dll"
@@ -133,10 +149,7 @@ class Registration(unittest.TestCase):
         goes = {"PKCS7File\\Shellex\\Other": {"": "x"},
                 "PKCS7File\\DefaultIcon": {"stale": "x"},
                 f"CLSID\\{MENU}\\Stale": {"": "x"}}
-        for key, values in (stays | goes).items():
-            for name, text in values.items():
-                wine("reg", "add", f"{CLASSES}\\{key}", "/v" if name else "/ve",
-                     *([name] if name else []), "/d", text, "/f")
+        write_classes(stays | goes)
         before = classes()
         regsvr32(module)
         expected = with_rows(before, REGISTERED, module)

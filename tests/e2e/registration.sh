@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Registers and unregisters the DLL with Wine's regsvr32 and compares the whole of the registry's
-# classes before and after: see registration.py.
+# Registers and unregisters the DLL with Wine's regsvr32 and compares the registry's classes
+# before and after: see registration.py.
 #
 #   TARNWELL_BUILD  the folder with Tarnwell.dll (default: build/windows/bin)
 set -euo pipefail

@@ -2,7 +2,8 @@
 //
 //   com_probe create {CLASS}...     makes an object of each class through COM and lets it go
 //   com_probe call FILE FUNCTION    calls an exported function without arguments, prints its result
-//   com_probe classes               prints the machine's classes: "key", then " name=text" a value
+//   com_probe classes KEY...        prints the names of all registered classes and types, and all
+//                                   below the given keys: "key", then " name=text" for each value
 //
 // "create" prints a line a class and exits with 1 if the server's DLL does not unload in the end.
 
@@ -95,31 +96,40 @@ void PrintValues(HKEY key) {
     }
 }
 
-void PrintKeys(HKEY key, const std::wstring& path) {
-    wchar_t name[256];
-    for (DWORD index = 0;; ++index) {
-        DWORD length = 256;
-        if (RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) !=
-            ERROR_SUCCESS)
-            return;
-        HKEY child = nullptr;
-        if (RegOpenKeyExW(key, name, 0, KEY_READ, &child) != ERROR_SUCCESS)
-            continue;
-        const std::wstring childPath = path.empty() ? name : path + L"\\" + name;
-        Print(childPath);
+/// PrintBelow prints the keys below `path`; with `whole` their values and all below them too.
+void PrintBelow(HKEY classes, const std::wstring& path, bool whole) {
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(classes, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS)
+        return;
+    if (whole) {
+        Print(path);
         std::putchar('\n');
-        PrintValues(child);
-        PrintKeys(child, childPath);
-        RegCloseKey(child);
+        PrintValues(key);
     }
+    wchar_t name[256];
+    for (DWORD index = 0, length = 256; RegEnumKeyExW(key, index, name, &length, nullptr, nullptr,
+                                                      nullptr, nullptr) == ERROR_SUCCESS;
+         ++index, length = 256) {
+        const std::wstring child = path.empty() ? name : path + L"\\" + name;
+        if (whole) {
+            PrintBelow(classes, child, true);
+        } else {
+            Print(child);
+            std::putchar('\n');
+        }
+    }
+    RegCloseKey(key);
 }
 
-int PrintClasses() {
+int PrintClasses(int count, wchar_t** keys) {
     HKEY classes = nullptr;
     if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Classes", 0, KEY_READ, &classes) !=
         ERROR_SUCCESS)
         return 1;
-    PrintKeys(classes, L"");
+    PrintBelow(classes, L"", false);
+    PrintBelow(classes, L"CLSID", false);
+    for (int i = 0; i < count; ++i)
+        PrintBelow(classes, keys[i], true);
     RegCloseKey(classes);
     return 0;
 }
@@ -131,7 +141,7 @@ int wmain(int argc, wchar_t** argv) {
     if (command == L"call" && argc == 4)
         return Call(argv[2], argv[3]);
     if (command == L"classes")
-        return PrintClasses();
+        return PrintClasses(argc - 2, argv + 2);
     if (command != L"create")
         return 2;
     if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))

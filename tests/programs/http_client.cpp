@@ -35,7 +35,7 @@ void Tell(const char* address, const char* form) {
     } catch (const std::exception& error) {
         std::printf("error %s\n", error.what());
     }
-    std::fflush(stdout);
+    (void)std::fflush(stdout);
 }
 
 }  // namespace

@@ -115,16 +115,22 @@ TEST(CHttpConnection, HandsOutWhatLinesLeftBeforeReceivingMore) {
     EXPECT_EQ(wire.receiveSizes, (std::vector<std::uint32_t>{256, 2000, 2000, 2000}));
 }
 
+struct Refusal {
+    const char* address;
+    const char* message;
+};
+
 TEST(CHttpConnection, RefusesAnAddressItCannotUse) {
-    const std::pair<const char*, const char*> rows[] = {
+    const Refusal rows[] = {
         {"nonsense", "Invalid URL format"},
         {"http://127.0.0.1:80x/", "Invalid URL format"},
         {"https://127.0.0.1/", "Unknown URL scheme"},
         {"HTTP://127.0.0.1/", "Unknown URL scheme"},
     };
-    for (const auto& [address, message] : rows) {
+    for (const Refusal& row : rows) {
         CHttpConnection connection;
-        EXPECT_EQ(MessageOf([&] { connection.Connect(CHttpUrl::Parse(address)); }), message);
+        EXPECT_EQ(MessageOf([&] { connection.Connect(CHttpUrl::Parse(row.address)); }),
+                  row.message);
     }
     // Longer than any name can be, so that no resolver is asked for it.
     const std::string host(300, 'h');
@@ -136,14 +142,14 @@ TEST(CHttpConnection, RefusesAnAddressItCannotUse) {
 TEST(CHttpConnectionFactory, MakesConnectionsForHttpOnly) {
     CHttpConnectionFactory factory;
     EXPECT_NE(factory.Create(CHttpUrl::Parse("http://host/")), nullptr);
-    const std::pair<const char*, const char*> rows[] = {
+    const Refusal rows[] = {
         {"ftp://host/", "Invalid protocol : ftp"},
         {"https://host/", "Invalid protocol : https"},
         {"Http://host/", "Invalid protocol : Http"},
         {"no scheme", "Invalid protocol : "},
     };
-    for (const auto& [address, message] : rows)
-        EXPECT_EQ(MessageOf([&] { factory.Create(CHttpUrl::Parse(address)); }), message);
+    for (const Refusal& row : rows)
+        EXPECT_EQ(MessageOf([&] { factory.Create(CHttpUrl::Parse(row.address)); }), row.message);
 }
 
 }  // namespace

@@ -9,46 +9,46 @@ namespace {
 
 struct Row {
     std::string text;
-    bool valid;
     const char* scheme;
     const char* host;
-    std::uint32_t port;
     const char* path;
+    std::uint32_t port;
+    bool valid;
 };
 
 TEST(CHttpUrl, SplitsAnAddress) {
     const Row rows[] = {
-        {"http://127.0.0.1:8080", true, "http", "127.0.0.1", 8080, "/"},
-        {"http://host/a/b?x=1&y=:2#f", true, "http", "host", 80, "/a/b?x=1&y=:2#f"},
-        {"https://host", true, "https", "host", 443, "/"},
-        {"https://host:80/", true, "https", "host", 80, "/"},
-        {"HTTPS://Host/P", true, "HTTPS", "Host", 80, "/P"},
-        {"ftp://host/x", true, "ftp", "host", 80, "/x"},
-        {"://host", true, "", "host", 80, "/"},
-        {"http://", true, "http", "", 80, "/"},
-        {"http:///only/path", true, "http", "", 80, "/only/path"},
-        {"a://b://c", false, "a", "b", 0, "//c"},
-        {"http://host?q=1/2", true, "http", "host?q=1", 80, "/2"},
-        {"http://user@host/", true, "http", "user@host", 80, "/"},
+        {"http://127.0.0.1:8080", "http", "127.0.0.1", "/", 8080, true},
+        {"http://host/a/b?x=1&y=:2#f", "http", "host", "/a/b?x=1&y=:2#f", 80, true},
+        {"https://host", "https", "host", "/", 443, true},
+        {"https://host:80/", "https", "host", "/", 80, true},
+        {"HTTPS://Host/P", "HTTPS", "Host", "/P", 80, true},
+        {"ftp://host/x", "ftp", "host", "/x", 80, true},
+        {"://host", "", "host", "/", 80, true},
+        {"http://", "http", "", "/", 80, true},
+        {"http:///only/path", "http", "", "/only/path", 80, true},
+        {"a://b://c", "a", "b", "//c", 0, false},
+        {"http://host?q=1/2", "http", "host?q=1", "/2", 80, true},
+        {"http://user@host/", "http", "user@host", "/", 80, true},
         // Values beyond 16 bits parse; the socket takes their low half.
-        {"http://host:70000/", true, "http", "host", 70000, "/"},
-        {"http://host:4294967295", true, "http", "host", 4294967295U, "/"},
-        {"http://host:0080", true, "http", "host", 80, "/"},
-        {"http://host:4294967296", false, "http", "host", 0, "/"},
-        {"http://host:99999999999999999999999999", false, "http", "host", 0, "/"},
-        {"http://host:80x/p", false, "http", "host", 0, "/p"},
-        {"http://host:/p", false, "http", "host", 0, "/p"},
-        {"http://host: 80", false, "http", "host", 0, "/"},
-        {"http://host:80 ", false, "http", "host", 0, "/"},
-        {"http://host:+80", false, "http", "host", 0, "/"},
-        {"http://host:-1", false, "http", "host", 0, "/"},
-        {"http://127.0.0.1:8080\r\n/dyn", false, "http", "127.0.0.1", 0, "/dyn"},
-        {std::string("http://host:80\0/x", 17), false, "http", "host", 0, "/x"},
+        {"http://host:70000/", "http", "host", "/", 70000, true},
+        {"http://host:4294967295", "http", "host", "/", 4294967295U, true},
+        {"http://host:0080", "http", "host", "/", 80, true},
+        {"http://host:4294967296", "http", "host", "/", 0, false},
+        {"http://host:99999999999999999999999999", "http", "host", "/", 0, false},
+        {"http://host:80x/p", "http", "host", "/p", 0, false},
+        {"http://host:/p", "http", "host", "/p", 0, false},
+        {"http://host: 80", "http", "host", "/", 0, false},
+        {"http://host:80 ", "http", "host", "/", 0, false},
+        {"http://host:+80", "http", "host", "/", 0, false},
+        {"http://host:-1", "http", "host", "/", 0, false},
+        {"http://127.0.0.1:8080\r\n/dyn", "http", "127.0.0.1", "/dyn", 0, false},
+        {std::string("http://host:80\0/x", 17), "http", "host", "/x", 0, false},
         // An IPv6 literal ends at its first colon.
-        {"http://[::1]:80/", false, "http", "[", 0, "/"},
-        {"http:/host", false, "", "", 0, ""},
-        {"", false, "", "", 0, ""},
-        {"host:80", false, "", "", 0, ""},
+        {"http://[::1]:80/", "http", "[", "/", 0, false},
+        {"http:/host", "", "", "", 0, false},
+        {"", "", "", "", 0, false},
+        {"host:80", "", "", "", 0, false},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text);

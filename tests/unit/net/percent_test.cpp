@@ -18,7 +18,7 @@ TEST(PercentEncode, EscapesAllButThePlainSet) {
     for (unsigned value = 1; value < 256; ++value) {
         const auto byte = static_cast<char>(value);
         char escaped[4];
-        std::snprintf(escaped, sizeof escaped, "%%%02X", value);
+        (void)std::snprintf(escaped, sizeof escaped, "%%%02X", value);
         const bool copied = plain.find(byte) != std::string::npos;
         EXPECT_EQ(PercentEncode({&byte, 1}), copied ? std::string(1, byte).c_str() : escaped);
     }
@@ -80,7 +80,7 @@ TEST(PercentDecode, ReadsEveryPairAsScanfDoes) {
             if (first == 0 || second == 0 || (first == '0' && (second | 0x20) == 'x'))
                 continue;
             unsigned expected = 0;
-            std::sscanf(pair, "%2x", &expected);
+            (void)std::sscanf(pair, "%2x", &expected);
             const std::string text = std::string("%") + pair;
             ASSERT_EQ(Decoded(text), std::string(1, static_cast<char>(expected)))
                 << "characters " << first << " and " << second;

@@ -212,12 +212,14 @@ for line in sys.stdin:
         file["file"], file["type"], len(file["recipients"]), len(file["signers"])))'
 
 title "Recovering the encrypted file"
-tell "The menu of an encrypted file offers to open it; the manager has the key and decrypts."
+tell "The menu of an encrypted file offers to open it; the manager has the key and decrypts." \
+    "The file that was encrypted has been edited since: it keeps its new content."
+printf 'Une autre journée.\r\n' >"$desk/été.txt"
 show_menu 'C:\Papers\été.txt (2).p7'
 invoke 2 'C:\Papers\été.txt (2).p7'
 await "$desk/été (2).txt"
 cmp "$desk/été (2).txt" "$out/originals/été.txt" || fail "the recovered content differs"
-echo "   C:\\Papers\\été (2).txt holds the original's bytes; the original itself was not touched"
+echo "   C:\\Papers\\été (2).txt holds what was encrypted; the edited file was not touched"
 
 title "What the user sees when the manager is missing"
 end_server "$prefix"

@@ -18,15 +18,15 @@ bool StartsWithDrive(std::u16string_view path) {
 bool NamesAStream(std::u16string_view path) {
     const std::size_t drive = path.starts_with(u"\\\\?\\") ? 5 : 1;
     const std::size_t colon = path.rfind(u':');
-    return colon != path.npos && colon != drive;
+    return colon != std::u16string_view::npos && colon != drive;
 }
 
 /// The end of the path that starts at `start`: the next comma with a full path behind it.
 std::size_t EndOfPath(std::u16string_view joined, std::size_t start) {
     std::size_t comma = joined.find(u',', start);
-    while (comma != joined.npos && !IsFullPath(joined.substr(comma + 1)))
+    while (comma != std::u16string_view::npos && !IsFullPath(joined.substr(comma + 1)))
         comma = joined.find(u',', comma + 1);
-    return comma == joined.npos ? joined.size() : comma;
+    return comma == std::u16string_view::npos ? joined.size() : comma;
 }
 
 }  // namespace

@@ -76,7 +76,7 @@ bool CFiles::MakeFolders(const std::u16string& path) {
     if (path.empty() || IsFolder(path))
         return !path.empty();
     const std::size_t slash = path.find_last_of(u"\\/");
-    if (slash != path.npos && slash > 2)
+    if (slash != std::u16string_view::npos && slash > 2)
         MakeFolders(path.substr(0, slash));
     return CreateDirectoryW(Wide(Openable(path)), nullptr) || IsFolder(path);
 }

@@ -10,7 +10,7 @@ CHeadReader::State CHeadReader::Feed(std::string_view bytes) {
     // a sloppy peer is told what is wrong at once instead of being waited for.
     for (;;) {
         const std::size_t feed = m_bytes.find('\n', m_scanned);
-        if (feed == m_bytes.npos) {
+        if (feed == std::string_view::npos) {
             m_scanned = m_bytes.size();
             break;
         }

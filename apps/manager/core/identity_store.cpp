@@ -50,8 +50,10 @@ public:
         m_files.Remove(m_path);
     }
 
+    bool Make() { return m_files.MakePrivateFolder(m_path); }
+
     bool Write(const PemIdentity& pem) {
-        bool written = m_files.MakePrivateFolder(m_path);
+        bool written = true;
         for (const auto& [name, member] : kMembers) {
             const std::string& text = pem.*member;
             const std::span bytes(reinterpret_cast<const unsigned char*>(text.data()), text.size());
@@ -70,7 +72,8 @@ private:
 /// Make puts a new identity into `folder`; false if another manager was faster.
 bool Make(const std::u16string& home, const std::u16string& folder, CFiles& files) {
     CSideFolder side(Join(home, SideName()), files);
-    const Move moved = side.Write(MakeIdentity()) ? side.MoveTo(folder) : Move::kFailed;
+    const bool written = side.Make() && side.Write(MakeIdentity());
+    const Move moved = written ? side.MoveTo(folder) : Move::kFailed;
     if (moved == Move::kFailed) {
         const std::string where = Utf8(home);
         throw CException(CISOString("The demo identity could not be written to ") +

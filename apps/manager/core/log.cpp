@@ -19,11 +19,11 @@ std::string LogLine(std::time_t time, std::uint32_t process, std::string_view te
     const year_month_day date(day);
     const hh_mm_ss clock(now - day);
     std::array<char, 64> head{};
-    std::snprintf(head.data(), head.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ [%u] ",
-                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                  static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
-                  static_cast<int>(clock.minutes().count()),
-                  static_cast<int>(clock.seconds().count()), process);
+    (void)std::snprintf(head.data(), head.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ [%u] ",
+                        static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                        static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
+                        static_cast<int>(clock.minutes().count()),
+                        static_cast<int>(clock.seconds().count()), process);
     std::string line = head.data();
     const std::size_t start = line.size();
     line.append(text);

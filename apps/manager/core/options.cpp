@@ -32,8 +32,8 @@ public:
             return false;
         const std::u16string_view argument = m_arguments[m_next++];
         const std::size_t equals = argument.find(u'=');
-        m_hasValue = argument.starts_with(u"--") && equals != argument.npos;
-        m_name = argument.substr(0, m_hasValue ? equals : argument.npos);
+        m_hasValue = argument.starts_with(u"--") && equals != std::u16string_view::npos;
+        m_name = argument.substr(0, m_hasValue ? equals : std::u16string_view::npos);
         m_value = m_hasValue ? argument.substr(equals + 1) : std::u16string_view();
         return true;
     }
@@ -66,72 +66,70 @@ void ReadPath(CArguments& arguments, std::u16string& path, std::string& problem)
         problem = Narrow(name) + " needs a path.";
 }
 
+char16_t LowerAscii(char16_t unit) {
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+}
+
 /// The place behind the first `name` in `text`, whatever its case, that ends there or at a blank.
 std::size_t EndOfName(std::u16string_view text, std::u16string_view name) {
-    const auto lower = [](char16_t unit) {
-        return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
-    };
-    const auto same = [&](char16_t a, char16_t b) { return lower(a) == lower(b); };
-    for (auto from = text.begin(); !name.empty();) {
-        const auto found = std::search(from, text.end(), name.begin(), name.end(), same);
-        if (found == text.end())
-            break;
-        const auto end = static_cast<std::size_t>(found - text.begin()) + name.size();
-        if (end == text.size() || text[end] == u' ')
+    const auto same = [](char16_t a, char16_t b) { return LowerAscii(a) == LowerAscii(b); };
+    for (std::size_t end = name.size(); !name.empty() && end <= text.size(); ++end) {
+        const std::u16string_view candidate = text.substr(end - name.size(), name.size());
+        if ((end == text.size() || text[end] == u' ') &&
+            std::equal(candidate.begin(), candidate.end(), name.begin(), name.end(), same))
             return end;
-        from = found + 1;
     }
-    return text.npos;
+    return std::u16string_view::npos;
 }
 
 }  // namespace
 
-Options ParseOptions(const std::vector<std::u16string>& list, const Environment& environment) {
+Options ParseOptions(const std::vector<std::u16string>& arguments, const Environment& environment) {
     Options options;
     options.home = environment(u"CORVANE_HOME").value_or(u"");
     options.log = environment(u"CORVANE_LOG").value_or(u"");
     options.open = environment(u"CORVANE_NO_OPEN").value_or(u"").empty();
 
-    CArguments arguments(list);
-    while (options.problem.empty() && arguments.Next()) {
-        if (arguments.Is(u"/standalone") || arguments.Is(u"--standalone")) {
+    CArguments words(arguments);
+    while (options.problem.empty() && words.Next()) {
+        if (words.Is(u"/standalone") || words.Is(u"--standalone")) {
             options.run = Run::kStandalone;
-        } else if (arguments.Is(u"--help") || arguments.Is(u"-h") || arguments.Is(u"/?")) {
+        } else if (words.Is(u"--help") || words.Is(u"-h") || words.Is(u"/?")) {
             options.run = Run::kHelp;
             return options;
-        } else if (arguments.Is(u"--version")) {
+        } else if (words.Is(u"--version")) {
             options.run = Run::kVersion;
             return options;
-        } else if (arguments.Is(u"--no-open")) {
+        } else if (words.Is(u"--no-open")) {
             options.open = false;
-        } else if (arguments.HasName(u"--home")) {
-            ReadPath(arguments, options.home, options.problem);
-        } else if (arguments.HasName(u"--log")) {
-            ReadPath(arguments, options.log, options.problem);
-        } else if (arguments.HasName(u"--idle-seconds")) {
-            const auto value = arguments.TakeValue();
+        } else if (words.HasName(u"--home")) {
+            ReadPath(words, options.home, options.problem);
+        } else if (words.HasName(u"--log")) {
+            ReadPath(words, options.log, options.problem);
+        } else if (words.HasName(u"--idle-seconds")) {
+            const auto value = words.TakeValue();
             if (!value || !ReadIdle(*value, options.idle))
                 options.problem = "--idle-seconds needs a number from 1 to 86400.";
         } else {
-            options.problem = "There is no option \"" + Narrow(arguments.Name()) + "\".";
+            options.problem = "There is no option \"" + Narrow(words.Name()) + "\".";
         }
     }
-    if (options.problem.empty() && options.run == Run::kExplain && !list.empty())
+    if (options.problem.empty() && options.run == Run::kExplain && !arguments.empty())
         options.problem = "Options alone start nothing: add /standalone.";
     return options;
 }
 
 std::u16string_view ArgumentText(std::u16string_view commandLine, std::u16string_view module) {
-    std::size_t end = commandLine.npos;
+    std::size_t end = std::u16string_view::npos;
     if (commandLine.starts_with(u'"')) {
         end = commandLine.find(u'"', 1);
-        end = end == commandLine.npos ? end : end + 1;
+        end = end == std::u16string_view::npos ? end : end + 1;
     } else {
         const std::u16string_view name = module.substr(module.rfind(u'\\') + 1);
         end = EndOfName(commandLine, name);
-        end = end == commandLine.npos ? commandLine.find(u' ') : end;
+        end = end == std::u16string_view::npos ? commandLine.find(u' ') : end;
     }
-    return end == commandLine.npos ? std::u16string_view() : commandLine.substr(end);
+    return end == std::u16string_view::npos ? std::u16string_view() : commandLine.substr(end);
 }
 
 std::string ExplainText() {

@@ -10,13 +10,13 @@ namespace {
 
 std::size_t NameStart(std::u16string_view path) {
     const std::size_t slash = path.find_last_of(u"\\/");
-    return slash == path.npos ? 0 : slash + 1;
+    return slash == std::u16string_view::npos ? 0 : slash + 1;
 }
 
 /// The place of the dot before the extension; the end of the path where there is no extension.
 std::size_t ExtensionStart(std::u16string_view path) {
     const std::size_t dot = path.rfind(u'.');
-    return dot == path.npos || dot <= NameStart(path) ? path.size() : dot;
+    return dot == std::u16string_view::npos || dot <= NameStart(path) ? path.size() : dot;
 }
 
 std::u16string LowerAscii(std::u16string_view text) {
@@ -39,6 +39,19 @@ bool IsDeviceName(std::u16string_view name) {
     return isPort && stem.size() == 4 && stem[3] >= u'0' && stem[3] <= u'9';
 }
 
+/// WithoutNumber takes back what NumberedPath did to a protected file's name: "report.pdf (2)",
+/// which no program would open, is "report.pdf". "report (2)" may well be its own name.
+std::u16string_view WithoutNumber(std::u16string_view path) {
+    const std::size_t open = path.rfind(u" (");
+    if (open == std::u16string_view::npos || !path.ends_with(u')'))
+        return path;
+    const std::u16string_view digits = path.substr(open + 2, path.size() - open - 3);
+    const std::u16string_view before = path.substr(0, open);
+    const bool isNumber =
+        !digits.empty() && digits.find_first_not_of(u"0123456789") == std::u16string_view::npos;
+    return isNumber && ExtensionStart(before) < before.size() ? before : path;
+}
+
 }  // namespace
 
 std::u16string ProtectedPath(std::u16string_view path) {
@@ -46,7 +59,7 @@ std::u16string ProtectedPath(std::u16string_view path) {
 }
 
 std::u16string RecoveredPath(std::u16string_view path) {
-    const std::u16string_view cut = path.substr(0, ExtensionStart(path));
+    const std::u16string_view cut = WithoutNumber(path.substr(0, ExtensionStart(path)));
     const std::u16string_view name = cut.substr(NameStart(cut));
     // Windows drops dots and blanks at a name's end: what is then opened is another file.
     const bool usable = cut.size() < path.size() && !IsDeviceName(name) && name.back() != u'.' &&

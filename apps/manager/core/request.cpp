@@ -33,7 +33,7 @@ bool IsLetterOrDigit(char c) {
 bool IsToken(std::string_view text) {
     constexpr std::string_view kMarks = "!#$%&'*+-.^_`|~";
     return !text.empty() && std::all_of(text.begin(), text.end(), [&](char c) {
-        return IsLetterOrDigit(c) || kMarks.find(c) != kMarks.npos;
+        return IsLetterOrDigit(c) || kMarks.find(c) != std::string_view::npos;
     });
 }
 
@@ -51,7 +51,7 @@ bool IsControl(char c) {
 /// read differently by different programs, which is how requests are smuggled past checks.)
 std::optional<std::string_view> TakeLine(std::string_view& rest) {
     const std::size_t end = rest.find('\n');
-    if (end == rest.npos || end == 0 || rest[end - 1] != '\r')
+    if (end == std::string_view::npos || end == 0 || rest[end - 1] != '\r')
         return std::nullopt;
     const std::string_view line = rest.substr(0, end - 1);
     rest.remove_prefix(end + 1);
@@ -66,7 +66,7 @@ std::string_view ReadHead(std::string_view text, Head& head) {
         return "The request line does not end with CR LF.";
     const std::size_t first = line->find(' ');
     const std::size_t last = line->rfind(' ');
-    if (first == line->npos || first == last)
+    if (first == std::string_view::npos || first == last)
         return "The request line is not a method, a target and a version.";
     head.method = line->substr(0, first);
     head.target = line->substr(first + 1, last - first - 1);
@@ -83,7 +83,7 @@ std::string_view ReadHead(std::string_view text, Head& head) {
         if (!line)
             return "A header line does not end with CR LF.";
         const std::size_t colon = line->find(':');
-        if (colon == line->npos || !IsToken(line->substr(0, colon)))
+        if (colon == std::string_view::npos || !IsToken(line->substr(0, colon)))
             return "A header line does not start with a name and a colon.";
         const std::string_view value = Trimmed(line->substr(colon + 1), " \t");
         if (std::any_of(value.begin(), value.end(), IsControl))
@@ -116,7 +116,8 @@ bool AnnouncesBody(const Head& head) {
 /// Decoded undoes the percent coding; nothing where an escape is not "%" and two hexadecimal
 /// digits, which the shared decoder would read in its own lenient way.
 std::optional<std::string> Decoded(std::string_view text) {
-    for (std::size_t at = text.find('%'); at != text.npos; at = text.find('%', at + 3)) {
+    for (std::size_t at = text.find('%'); at != std::string_view::npos;
+         at = text.find('%', at + 3)) {
         if (text.size() - at < 3 || HexValue(text[at + 1]) < 0 || HexValue(text[at + 2]) < 0)
             return std::nullopt;
     }
@@ -134,7 +135,7 @@ std::optional<std::string_view> OnlyKey(std::string_view query, std::string_view
         const std::size_t equals = pair.find('=');
         if (pair.substr(0, equals) != key)
             continue;
-        if (found || equals == pair.npos)
+        if (found || equals == std::string_view::npos)
             return std::nullopt;
         found = pair.substr(equals + 1);
     }
@@ -170,34 +171,35 @@ Judgement JudgeQuery(std::string_view query) {
 
 }  // namespace
 
-Judgement JudgeRequest(std::string_view text, std::uint16_t port, std::string_view origin) {
-    Head head;
-    if (const std::string_view problem = ReadHead(text, head); !problem.empty())
+Judgement JudgeRequest(std::string_view head, std::uint16_t port, std::string_view origin) {
+    Head parts;
+    if (const std::string_view problem = ReadHead(head, parts); !problem.empty())
         return Refusal{400, std::string(problem)};
-    if (head.version != "HTTP/1.0" && head.version != "HTTP/1.1") {
-        const bool isHttp = head.version.starts_with("HTTP/");
+    if (parts.version != "HTTP/1.0" && parts.version != "HTTP/1.1") {
+        const bool isHttp = parts.version.starts_with("HTTP/");
         return isHttp ? Refusal{505, "Only HTTP/1.0 and HTTP/1.1 are spoken here."}
                       : Refusal{400, "The request line does not end with an HTTP version."};
     }
-    const std::size_t mark = head.target.find('?');
-    if (head.target.substr(0, mark) != kPath)
+    const std::size_t mark = parts.target.find('?');
+    if (parts.target.substr(0, mark) != kPath)
         return Refusal{404, "There is only " + std::string(kPath) + " here."};
-    if (head.method != "GET")
+    if (parts.method != "GET")
         return Refusal{405, "Only GET is answered here."};
-    if (AnnouncesBody(head))
+    if (AnnouncesBody(parts))
         return Refusal{400, "A GET carries no content here."};
 
     // A name that an attacker's name server points to 127.0.0.1 shows in Host.
-    const std::optional<std::string_view> host = OnlyField(head, "Host");
+    const std::optional<std::string_view> host = OnlyField(parts, "Host");
     if (!host)
         return Refusal{400, "The request does not carry one Host."};
     if (*host != kAddress && *host != std::string(kAddress) + ":" + std::to_string(port))
         return Refusal{421, "The Host is not 127.0.0.1."};
     // No page can make a browser send another origin than its own, or send this one.
-    if (OnlyField(head, "Origin") != origin)
+    if (OnlyField(parts, "Origin") != origin)
         return Refusal{403, "The Origin is not the extension's."};
 
-    return JudgeQuery(mark == head.target.npos ? std::string_view() : head.target.substr(mark + 1));
+    return JudgeQuery(mark == std::string_view::npos ? std::string_view()
+                                                     : parts.target.substr(mark + 1));
 }
 
 }  // namespace tarnwell::manager

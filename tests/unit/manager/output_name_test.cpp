@@ -33,6 +33,13 @@ TEST(OutputName, RecoversToTheNameBeforeTheLastDot) {
     const Case cases[] = {
         {u"C:\\d\\report.pdf.p7", u"C:\\d\\report.pdf"},
         {u"C:\\d\\report.p7", u"C:\\d\\report"},
+        {u"C:\\d\\report.pdf (2).p7", u"C:\\d\\report.pdf"},
+        {u"C:\\d\\report.pdf (13).p7", u"C:\\d\\report.pdf"},
+        {u"C:\\d\\report (2).p7", u"C:\\d\\report (2)"},
+        {u"C:\\d\\report.pdf (new).p7", u"C:\\d\\report.pdf (new)"},
+        {u"C:\\d\\report.pdf ().p7", u"C:\\d\\report.pdf ()"},
+        {u"C:\\d\\con.x (2).p7", u"C:\\d\\con.x (2).p7.content"},
+        {u"C:\\d.x (2)\\a.p7", u"C:\\d.x (2)\\a"},
         {u"C:\\d.x\\report", u"C:\\d.x\\report.content"},
         {u"C:\\d\\.p7", u"C:\\d\\.p7.content"},
         {u"C:\\d\\a..p7", u"C:\\d\\a..p7.content"},

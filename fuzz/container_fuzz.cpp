@@ -14,6 +14,9 @@ namespace {
 
 using namespace tarnwell;
 
+/// Larger files say nothing new and take their time.
+constexpr std::size_t kMaxSize = 64 << 10;
+
 void Check(bool condition) {
     if (!condition)
         std::abort();
@@ -58,6 +61,8 @@ void CompareWithPieces(const std::vector<unsigned char>& file, PKCS7* whole) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size > kMaxSize)
+        return 0;
     const std::vector<unsigned char> original(data, data + size);
     std::vector<unsigned char> file = original;
     CUniquePkcs7 parsed = LoadPkcs7(file);

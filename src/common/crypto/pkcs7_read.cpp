@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "common/crypto/openssl_start.h"
 #include "common/crypto/pkcs7.h"
 #include "common/crypto/pkcs7_content.h"
 #include "common/crypto/pkcs7_file.h"
@@ -68,6 +69,7 @@ void CPKCS7::Fail(const char* message, CPKCS7_ERROR code) {
 }
 
 PKCS7* CPKCS7::GetPKCS7() {
+    StartOpenSsl();
     if (!m_pkcs7)
         m_pkcs7 = LoadPkcs7(m_path).Release();
     if (!m_pkcs7)

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "common/crypto/certificate_label.h"
+#include "common/crypto/openssl_start.h"
 
 namespace tarnwell::test {
 
@@ -25,6 +26,7 @@ EVP_PKEY* NewKey(EKeyKind kind) {
 }
 
 CUniqueKey KeyOf(EKeyKind kind) {
+    StartOpenSsl();  // so that it is cleaned up after the keys
     static CUniqueKey keys[3];
     CUniqueKey& key = keys[static_cast<int>(kind)];
     if (!key)

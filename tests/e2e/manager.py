@@ -8,6 +8,7 @@ import pathlib
 import re
 import shutil
 import socket
+import struct
 import subprocess
 import tempfile
 import time
@@ -235,6 +236,19 @@ class ManagerTest(unittest.TestCase):
                 break
             time.sleep(0.1)
         self.assertEqual((self.scratch / "marker.txt").read_text(), "shown")
+
+    def test_does_the_work_for_a_client_that_leaves_early(self):
+        path = self.file("a.txt")
+        manager = Manager(self.scratch)
+        with socket.create_connection(("127.0.0.1", manager.port), timeout=30) as link:
+            # Closing with the rest of the answer unread resets the connection.
+            link.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+            link.sendall((f"GET /dyn/tarnwell_init?action=SIGN&files="
+                          f"{urllib.parse.quote(windows(path))} HTTP/1.0\r\n"
+                          "Origin: tarnwell.localhost\r\nHost: 127.0.0.1\r\n\r\n").encode())
+            self.assertEqual(link.recv(8), b"HTTP/1.1")
+        self.assertEqual(manager.end(), 0, manager.log)
+        self.assertEqual(self.names(), ["a.txt", "a.txt.p7"])
 
     def test_goes_on_after_a_file_that_fails(self):
         paths = [self.file("noise.p7"), self.file("good.txt")]

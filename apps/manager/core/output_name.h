@@ -12,8 +12,8 @@ namespace tarnwell::manager {
 std::u16string ProtectedPath(std::u16string_view path);
 
 /// RecoveredPath is where the content of a protected file goes: "report.pdf.p7" gives
-/// "report.pdf", and so does "report.pdf (2).p7". Where nothing usable is left of the name (no dot, only a dot in front, a device's
-/// name such as "CON"), it is the name and ".content".
+/// "report.pdf", and so does "report.pdf (2).p7". Where nothing usable is left of the name (no dot,
+/// only a dot in front, a device's name such as "CON"), it is the name and ".content".
 std::u16string RecoveredPath(std::u16string_view path);
 
 /// NumberedPath gives the n-th choice for `path`: itself for 1, then " (2)", " (3)" before the

@@ -4,7 +4,6 @@
 // release, so a test that holds N blocks costs N * N there. A test with large N takes its size from
 // here; the other passes run it in full.
 
-#include <cstddef>
 #include <cstdlib>
 
 namespace tarnwell::test {
@@ -15,7 +14,8 @@ inline bool UnderHeapChecks() {
 }
 
 // Size gives full, or reduced where the heap is validated at each call.
-inline std::size_t Size(std::size_t full, std::size_t reduced) {
+template <typename Number>
+Number Size(Number full, Number reduced) {
     return UnderHeapChecks() ? reduced : full;
 }
 

@@ -1,5 +1,7 @@
 #include "common/system/json/js_parser.h"
 
+#include "support/heap_checks.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -308,8 +310,8 @@ TEST(JSParser, DeeperTextIsUndefinedAsAWhole) {
         {Nested("[", kMaxJSDepth + 1, "]"), "?"},
         {Nested("{a:", kMaxJSDepth + 1, "}"), "?"},
         {"[1,2," + Nested("[{a:", kMaxJSDepth / 2, "}]") + "]", "?"},
-        {Nested("[", 5'000'000, ""), "?"},
-        {Nested("{a:[", 1'000'000, ""), "?"},
+        {Nested("[", test::Size(5'000'000, 50'000), ""), "?"},
+        {Nested("{a:[", test::Size(1'000'000, 10'000), ""), "?"},
     });
 }
 

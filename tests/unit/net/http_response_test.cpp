@@ -71,7 +71,7 @@ TEST_F(CHttpResponseTest, LimitsTheWholeHead) {
 
     std::string many = first;
     while (many.size() <= kMaxHeadBytes)
-        many += "Name: " + std::string(test::Size(5, 5000), 'v') + "\r\n";
+        many += "Name: " + std::string(test::Size<std::size_t>(5, 5000), 'v') + "\r\n";
     EXPECT_EQ(MessageOf([&] { Read({many + end}); }), "Bad HTTP response");
     // A head of nothing but carriage returns has no line to show, and still ends.
     EXPECT_EQ(MessageOf([&] { Read({std::string(kMaxHeadBytes + 1, '\r')}); }),

@@ -11,6 +11,7 @@
 #include "common/system/net/http_server.h"
 #include "common/system/net/loopback_listener.h"
 #include "scripted_connection.h"
+#include "support/heap_checks.h"
 
 namespace tarnwell {
 namespace {
@@ -150,7 +151,8 @@ TEST_F(CLoopbackTest, ClosesTheSocketWithTheResponse) {
 }
 
 TEST_F(CLoopbackTest, GivesUpOnAServerThatSendsHeadersForEver) {
-    for (const char* piece : {"A: b\r\n", "no line end at all "}) {
+    const std::string line = "A: " + std::string(test::Size<std::size_t>(1, 5000), 'b') + "\r\n";
+    for (const std::string& piece : {line, std::string("no line end at all ")}) {
         std::size_t sent = 0;
         auto server = Serve([&](CHttpConnection& client) {
             ReadHead(client);

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <string>
 
+#include "support/heap_checks.h"
+
 namespace tarnwell {
 namespace {
 
@@ -73,7 +75,7 @@ TEST(PercentDecode, ReadsQueryValues) {
 }
 
 TEST(PercentDecode, ReadsEveryPairAsScanfDoes) {
-    for (unsigned first = 0; first < 256; ++first) {
+    for (unsigned first = 0; first < 256; first += test::Size(1U, 16U)) {
         for (unsigned second = 0; second < 256; ++second) {
             const char pair[] = {static_cast<char>(first), static_cast<char>(second), '\0'};
             // C libraries differ on "0x", and a zero byte would end what scanf sees.

@@ -43,7 +43,7 @@ TEST(Socket, StaysOutOfStartedPrograms) {
     EXPECT_GE(sockets, 3);
 }
 
-TEST(Socket, ThatCannotBeMadeFailsToConnect) {
+TEST(Socket, ThatCannotBeMadeFailsToConnectAndToListen) {
     rlimit old{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &old), 0);
     const rlimit none{0, old.rlim_max};
@@ -51,7 +51,9 @@ TEST(Socket, ThatCannotBeMadeFailsToConnect) {
     CHttpConnection client;
     const std::string message =
         MessageOf([&] { client.Connect(CHttpUrl::Parse("http://127.0.0.1:1/")); });
+    const std::string listening = MessageOf([] { const CLoopbackListener listener; });
     setrlimit(RLIMIT_NOFILE, &old);
+    EXPECT_EQ(listening, "Unable to listen: Too many open sockets");
     EXPECT_EQ(message, "Connection failed: Socket operation on non-socket");
 }
 

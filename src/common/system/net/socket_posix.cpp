@@ -202,6 +202,8 @@ void CloseSocket(SocketHandle socket) noexcept {
 
 SocketHandle ListenOnLoopback(std::uint16_t& port) noexcept {
     CUniqueSocket listener(OpenSocket());
+    if (!listener)
+        return kNoSocket;
     const int descriptor = DescriptorOf(listener.Get());
     sockaddr_in address = AddressOf({htonl(INADDR_LOOPBACK), 0});
     socklen_t length = sizeof address;

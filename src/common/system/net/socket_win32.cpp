@@ -117,6 +117,8 @@ void CloseSocket(SocketHandle socket) noexcept {
 
 SocketHandle ListenOnLoopback(std::uint16_t& port) noexcept {
     CUniqueSocket listener(OpenSocket());
+    if (!listener)
+        return kNoSocket;
     // Without it another program of this machine could bind the same port and take the requests.
     const BOOL exclusive = TRUE;
     sockaddr_in address = AddressOf({htonl(INADDR_LOOPBACK), 0});

@@ -45,7 +45,7 @@ void ReportMissingColon(const CISOString& key) {
     std::string line = "JSON object parsing error: \"";
     line += key.AsView();
     line += "\" is not followed by ':'!\n";
-    std::fwrite(line.data(), 1, line.size(), stdout);
+    static_cast<void>(std::fwrite(line.data(), 1, line.size(), stdout));
 }
 
 /// One pass over the text. The cursor is where the next byte is read; every read is guarded by

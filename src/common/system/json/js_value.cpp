@@ -11,7 +11,8 @@ namespace {
 /// Storage that is never torn down: values may be dropped while the process is ending.
 union UndefinedStorage {
     constexpr UndefinedStorage() noexcept : value() {}
-    ~UndefinedStorage() {}
+    // A defaulted one would be deleted, since the member has a destructor.
+    ~UndefinedStorage() {}  // NOLINT(modernize-use-equals-default)
 
     CJSValue value;
 };
@@ -28,7 +29,7 @@ void MakeRoom(List& list) {
 
 }  // namespace
 
-void JSValueDeleter::operator()(const CJSValue* value) const noexcept {
+void JSValueDeleter::operator()(CJSValue* value) const noexcept {
     if (!value->IsUndefined())
         delete value;
 }

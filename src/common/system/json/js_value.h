@@ -20,7 +20,7 @@ class CJSValue;
 
 /// Deletes a value, unless it is the undefined one.
 struct JSValueDeleter {
-    void operator()(const CJSValue* value) const noexcept;
+    void operator()(CJSValue* value) const noexcept;
 };
 
 /// The owner of a value and of everything below it.

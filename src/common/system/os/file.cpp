@@ -39,8 +39,8 @@ CUTF16String BesideOf(const CUTF16String& path) {
 /// Removes a file again unless it has been kept. The file's own handle has to be closed before.
 class CRemoval {
 public:
-    CRemoval(CFileSystem& system, const CUTF16String& path) noexcept
-        : m_system(system), m_path(path) {}
+    CRemoval(CFileSystem& system, CUTF16String path) noexcept
+        : m_system(system), m_path(std::move(path)) {}
     ~CRemoval() {
         try {
             if (!m_kept)
@@ -60,12 +60,12 @@ private:
     bool m_kept = false;
 };
 
-bool WriteBeside(CFileSystem& system, const CUTF16String& path,
+bool WriteBeside(CFileSystem& system, const CUTF16String& target,
                  std::span<const unsigned char> bytes) {
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
-        const CUTF16String name = BesideOf(path);
+        const CUTF16String name = BesideOf(target);
         bool taken = false;
-        std::unique_ptr<COpenFile> file = system.CreateNew(name, path, taken);
+        std::unique_ptr<COpenFile> file = system.CreateNew(name, target, taken);
         if (!file) {
             if (taken)
                 continue;
@@ -74,7 +74,7 @@ bool WriteBeside(CFileSystem& system, const CUTF16String& path,
         CRemoval removal(system, name);
         const bool written = file->Write(bytes) && file->Flush();
         file.reset();
-        if (!written || !system.Replace(name, path))
+        if (!written || !system.Replace(name, target))
             return false;
         removal.Keep();
         return true;

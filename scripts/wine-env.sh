@@ -9,8 +9,9 @@ wineserver=/usr/lib/wine/wineserver64
 export WINESERVER=$wineserver WINELOADER=$wine
 
 export WINEDEBUG=${WINEDEBUG--all}
-# A crash ends the program at once with its code (5: access violation) instead of a debugger.
-export WINEDLLOVERRIDES=${WINEDLLOVERRIDES-winedbg.exe=d}
+# A crash ends the program at once with its code (5: access violation) instead of a debugger, and
+# nobody writes desktop entries for what programs register.
+export WINEDLLOVERRIDES=${WINEDLLOVERRIDES-winedbg.exe=d;winemenubuilder.exe=d}
 # Names on disk are UTF-8, whatever the caller's locale; LANGUAGE and LANG may still choose texts.
 export LC_ALL=${TARNWELL_LOCALE:-C.UTF-8}
 

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <random>
+#include <vector>
 
 #include "common/system/memory/secure_allocator.h"
 #include "fake_zone_system.h"
@@ -63,18 +65,19 @@ TEST_P(CSecureAllocatorModelTest, EveryStepKeepsTheZoneInOrder) {
     CSecureAllocator zone(65'536, system);
     std::mt19937 random(GetParam());
     std::vector<Held> held;
+    std::vector<WalkedBlock> before;
     std::string fault;
     int served = 0;
     int refused = 0;
     // The target swings, so that the zone is by turns nearly empty and full to refusal.
     for (int round = 0; round < kRounds; ++round) {
-        const auto before = WalkZone(zone, fault, round % kRoundsPerByteCheck == 0);
-        ASSERT_TRUE(before) << "round " << round << ": " << fault;
+        ASSERT_TRUE(WalkZone(zone, before, fault, round % kRoundsPerByteCheck == 0))
+            << "round " << round << ": " << fault;
         const bool filling = (round / 4000) % 2 == 0;
         if (held.empty() || random() % 100 < (filling ? 60u : 40u)) {
             const std::size_t bytes = RandomSize(random);
             const std::size_t needed = std::max<std::size_t>(bytes + 16, 24);
-            const auto serving = ServingClass(*before, needed);
+            const auto serving = ServingClass(before, needed);
             auto* data = static_cast<unsigned char*>(zone.TryAllocate(bytes));
             ASSERT_EQ(data != nullptr, serving.has_value()) << round << ": " << bytes;
             if (!data) {
@@ -82,10 +85,10 @@ TEST_P(CSecureAllocatorModelTest, EveryStepKeepsTheZoneInOrder) {
                 continue;
             }
             ++served;
-            const auto taken = std::find_if(before->begin(), before->end(), [&](const auto& block) {
+            const auto taken = std::find_if(before.begin(), before.end(), [&](const auto& block) {
                 return block.address + 16 == reinterpret_cast<const std::byte*>(data);
             });
-            ASSERT_TRUE(taken != before->end() && !taken->used) << round;
+            ASSERT_TRUE(taken != before.end() && !taken->used) << round;
             ASSERT_EQ(ClassByDefinition(taken->size), *serving) << round;
             ASSERT_GE(taken->size, needed) << round;
             ASSERT_TRUE(AllBytesAre(data, bytes, 0)) << round;
@@ -104,9 +107,8 @@ TEST_P(CSecureAllocatorModelTest, EveryStepKeepsTheZoneInOrder) {
     EXPECT_GT(refused, 100) << "the zone was never full";
     for (const Held& block : held)
         zone.free(block.data);
-    const auto blocks = WalkZone(zone, fault, true);
-    ASSERT_TRUE(blocks) << fault;
-    EXPECT_EQ(blocks->size(), 1u);
+    ASSERT_TRUE(WalkZone(zone, before, fault, true)) << fault;
+    EXPECT_EQ(before.size(), 1u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, CSecureAllocatorModelTest, testing::Values(1u));

@@ -22,10 +22,10 @@ protected:
     /// Sizes of the zone's blocks in order; used ones are negative.
     static std::vector<long> Blocks(const CSecureAllocator& zone) {
         std::string fault;
-        const auto walked = WalkZone(zone, fault, true);
-        EXPECT_EQ(fault, "");
+        std::vector<WalkedBlock> walked;
+        EXPECT_TRUE(WalkZone(zone, walked, fault, true)) << fault;
         std::vector<long> sizes;
-        for (const WalkedBlock& block : walked.value_or(std::vector<WalkedBlock>()))
+        for (const WalkedBlock& block : walked)
             sizes.push_back(block.used ? -static_cast<long>(block.size)
                                        : static_cast<long>(block.size));
         return sizes;
@@ -280,11 +280,12 @@ TEST_P(CSecureAllocatorLockTest, Zone) {
         }
 
         std::string fault;
-        EXPECT_TRUE(WalkZone(zone, fault, true)) << fault;
+        std::vector<WalkedBlock> walked;
+        EXPECT_TRUE(WalkZone(zone, walked, fault, true)) << fault;
         void* const block = zone.allocate(1000);
         std::memset(block, 0x5A, 1000);
         zone.free(block);
-        EXPECT_TRUE(WalkZone(zone, fault, true)) << fault;
+        EXPECT_TRUE(WalkZone(zone, walked, fault, true)) << fault;
     }
     EXPECT_THAT(system.faults, IsEmpty());
 }

@@ -2,9 +2,8 @@
 
 // Reads a zone block by block, as its layout is documented, and finds whatever contradicts it.
 
+#include <algorithm>
 #include <cstddef>
-#include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -30,17 +29,17 @@ inline std::size_t ClassByDefinition(std::size_t size) {
     return 16 * (power - 4) + sixteenth;
 }
 
-/// WalkZone gives the blocks in order of address, or nothing with `fault` filled in: a header
-/// that contradicts its neighbour, free neighbours, unwiped free memory, lists that are not
-/// exactly the free blocks.
-inline std::optional<std::vector<WalkedBlock>> WalkZone(const CSecureAllocator& zone,
-                                                        std::string& fault, bool readBytes) {
+/// WalkZone fills `blocks` in order of address; false with `fault` filled in where a header
+/// contradicts its neighbour, two neighbours are free, free memory is not wiped or the lists are
+/// not exactly the free blocks. The same vector again and again keeps the heap out of it.
+inline bool WalkZone(const CSecureAllocator& zone, std::vector<WalkedBlock>& blocks,
+                     std::string& fault, bool readBytes) {
     const auto bad = [&](const std::string& what, std::size_t offset) {
         fault = what + " at offset " + std::to_string(offset);
-        return std::nullopt;
+        return false;
     };
-    std::vector<WalkedBlock> blocks;
-    std::set<const void*> free;
+    blocks.clear();
+    std::size_t freeBlocks = 0;
     std::size_t usedBytes = 0;
     const SecureBlock* before = nullptr;
     for (std::size_t offset = 0; offset < zone.Size();) {
@@ -61,24 +60,31 @@ inline std::optional<std::vector<WalkedBlock>> WalkZone(const CSecureAllocator& 
         if (used)
             usedBytes += size;
         else
-            free.insert(block);
+            ++freeBlocks;
         blocks.push_back({zone.Base() + offset, size, used});
         before = block;
         offset += size;
     }
     if (usedBytes != zone.UsedBytes())
         return bad("wrong count of used bytes", 0);
+    std::size_t listed = 0;
     for (std::size_t list = 0; list < CSecureAllocator::kLists; ++list) {
         for (const SecureBlock* block = zone.FreeList(list); block; block = block->next) {
-            if (free.erase(block) != 1)
+            const auto* address = reinterpret_cast<const std::byte*>(block);
+            const auto found = std::lower_bound(
+                blocks.begin(), blocks.end(), address,
+                [](const WalkedBlock& at, const std::byte* wanted) { return at.address < wanted; });
+            if (found == blocks.end() || found->address != address || found->used)
                 return bad("list " + std::to_string(list) + " holds a used or foreign block", 0);
-            if (ClassByDefinition(block->size) != list)
+            if (ClassByDefinition(found->size) != list)
                 return bad("a block is in the wrong list " + std::to_string(list), 0);
+            if (++listed > freeBlocks)
+                return bad("list " + std::to_string(list) + " runs in a circle", 0);
         }
     }
-    if (!free.empty())
+    if (listed != freeBlocks)
         return bad("a free block is in no list", 0);
-    return blocks;
+    return true;
 }
 
 }  // namespace tarnwell::test

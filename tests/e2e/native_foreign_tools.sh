@@ -112,9 +112,10 @@ says "\"sha256\":\"$(sha256sum content.bin | cut -d' ' -f1)\""
 name=$'quote" back\\slash\nline\ttab .p7'
 cp signed.p7 "$name"
 check "info of a hostile name" "$tool" info "$name"
+mv out.log info.json
 check "its line is JSON" python3 -c '
 import json, sys
-lines = open("out.log", encoding="utf-8").read().splitlines()
+lines = open("info.json", encoding="utf-8").read().splitlines()
 assert len(lines) == 1 and json.loads(lines[0])["file"] == sys.argv[1], lines' "$name"
 
 echo "$passed checks passed"

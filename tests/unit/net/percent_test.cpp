@@ -82,7 +82,7 @@ TEST(PercentDecode, ReadsEveryPairAsScanfDoes) {
             if (first == 0 || second == 0 || (first == '0' && (second | 0x20) == 'x'))
                 continue;
             unsigned expected = 0;
-            (void)std::sscanf(pair, "%2x", &expected);
+            (void)std::sscanf(pair, "%2x", &expected);  // NOLINT(cert-err34-c): the oracle
             const std::string text = std::string("%") + pair;
             ASSERT_EQ(Decoded(text), std::string(1, static_cast<char>(expected)))
                 << "characters " << first << " and " << second;

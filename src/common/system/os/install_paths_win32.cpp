@@ -10,7 +10,7 @@
 #include <shlobj.h>
 
 /// The linker's name for the start of the module that this code ends up in: its own handle.
-extern "C" IMAGE_DOS_HEADER __ImageBase;
+extern "C" IMAGE_DOS_HEADER __ImageBase;  // NOLINT(bugprone-reserved-identifier)
 
 namespace tarnwell {
 namespace {

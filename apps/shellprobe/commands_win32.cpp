@@ -39,18 +39,33 @@ std::vector<std::wstring> Names(const std::vector<CUTF16String>& files) {
     return names;
 }
 
-/// A window that owns menus and message boxes, as the explorer's does.
+/// A window that owns menus and message boxes, as the explorer's does: of one pixel, but one that a
+/// window manager gives the keyboard to.
 class COwnerWindow {
 public:
-    COwnerWindow() noexcept
-        : m_window(CreateWindowExW(WS_EX_TOOLWINDOW, L"STATIC", L"shellprobe", WS_POPUP, 0, 0, 1, 1,
-                                   nullptr, nullptr, nullptr, nullptr)) {}
+    explicit COwnerWindow(POINT at = {}) noexcept
+        : m_window(CreateWindowExW(WS_EX_APPWINDOW, L"STATIC", L"shellprobe", WS_POPUP, at.x, at.y,
+                                   1, 1, nullptr, nullptr, nullptr, nullptr)) {}
     ~COwnerWindow() { DestroyWindow(m_window); }
     COwnerWindow(const COwnerWindow&) = delete;
     COwnerWindow& operator=(const COwnerWindow&) = delete;
 
     HWND Get() const noexcept { return m_window; }
-    void Show() const noexcept { ShowWindow(m_window, SW_SHOW); }
+
+    /// Show shows the window and waits a moment until the keyboard is its own.
+    void Show() const noexcept {
+        constexpr ULONGLONG kPatience = 2000;
+        ShowWindow(m_window, SW_SHOW);
+        SetForegroundWindow(m_window);
+        for (const ULONGLONG end = GetTickCount64() + kPatience; GetTickCount64() < end;) {
+            MSG message = {};
+            while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+                DispatchMessageW(&message);
+            if (GetFocus() == m_window)
+                return;
+            Sleep(10);
+        }
+    }
 
 private:
     HWND m_window;
@@ -144,9 +159,10 @@ int RunPopup(const Arguments& arguments, IDataObject* selection) {
     CContextMenuHost host;
     if (!Fill(host, arguments, selection))
         return 1;
-    const COwnerWindow owner;
+    const POINT at = {arguments.x, arguments.y};
+    const COwnerWindow owner(at);
     owner.Show();
-    const std::optional<UINT> chosen = host.Track({arguments.x, arguments.y}, owner.Get());
+    const std::optional<UINT> chosen = host.Track(at, owner.Get());
     CJsonObject json;
     if (!chosen) {
         Print(json.AddNull("chosen").AddNull("invoke"));

@@ -48,8 +48,8 @@ fail() {
     printf '   But: %s\n' "$*"
     exit 1
 }
-picture() { # NAME: photographs the screen
-    photograph "$out/$1.png"
+picture() { # NAME [CROP]: photographs the screen
+    photograph "$out/$1.png" "${2:-+0+0}"
     printf '   [picture: build/demo/%s.png]\n' "$1"
 }
 
@@ -72,17 +72,21 @@ show_menu() { # FILE...: the items as the handler inserts them
     probe menu "$@" | python3 "$root/scripts/demo-menu.py"
 }
 
-# popup NAME FILE...: the real pop-up menu, photographed; it stays open for what is chosen.
+# popup NAME FILE...: shows the real pop-up menu and photographs it; it stays open.
 popup() {
     local name=$1
     shift
     probe popup --at=60,60 "$@" >>"$out/programs.log" &
     popup_pid=$!
-    sleep 2
-    picture "$name"
+    wait_for_change
+    picture "$name" +40+40 # the menu's owner, a window of one pixel, stands in the corner
+}
+# click X Y: with the mouse; a click beside an open menu closes it.
+click() {
+    xdotool mousemove "$1" "$2" sleep 0.2 click 1
 }
 close_popup() {
-    xdotool key Escape
+    click 700 400
     wait "$popup_pid" || true
 }
 
@@ -127,6 +131,7 @@ echo "Tarnwell, from the explorer's menu to a signed file and back"
 start_display 760 420
 prefix=$("$root/scripts/wine-prefix.sh" new --display)
 smooth_fonts "$prefix"
+printf '\n[Software\\\\Classes\\\\.txt]\n@="txtfile"\n' >>"$prefix/system.reg" # as Windows has it
 speak en_US
 
 title "Installing"
@@ -165,7 +170,7 @@ close_popup
 speak en_US
 
 title "Signing the three files"
-tell "The command goes to the manager: the extension starts it, reads its port from the pipe and" \
+tell "The command goes to the manager. The extension starts it, reads its port from the pipe and" \
     "sends one request over the loopback address. The names hold a blank, an accent and a comma." \
     "The manager has a demo identity here; on its first start it makes it."
 invoke 0 "${three[@]}"
@@ -194,7 +199,7 @@ cmp "$desk/Meeting notes.txt" "$out/originals/Meeting notes.txt" ||
     fail "the content that was opened is not the original"
 echo "   C:\\Papers\\Meeting notes.txt is back, byte for byte"
 window 'Meeting notes' >/dev/null || fail "no program opened the content"
-sleep 1
+wait_for_change
 picture 4-content-opened
 end_server "$prefix"
 
@@ -225,17 +230,13 @@ title "What the user sees when the manager is missing"
 end_server "$prefix"
 manager="$prefix/drive_c/Program Files (x86)/Quorva/Tarnwell/bin/Corvane.exe"
 mv "$manager" "$manager.away"
-probe popup --at=60,60 "$one" >>"$out/programs.log" &
-popup_pid=$!
-sleep 2
-xdotool key Down Return
-sleep 2
-picture 5-manager-missing
+popup 5-choosing-sign "$one"
+click 100 75
+wait_for_change
+picture 6-manager-missing
 xdotool key Return
 wait "$popup_pid" || true
-mv "$manager.away" "$manager"
 tell "The same, as data:"
-mv "$manager" "$manager.away"
 invoke 0 "$one" | sed 's/^/   /' || true
 mv "$manager.away" "$manager"
 

@@ -1,5 +1,7 @@
 # A screen for programs that show something, and a camera for it. Sourced after lib.sh, not run.
 
+background='#e9edf2'
+
 # start_display WIDTH HEIGHT: starts a virtual X server on a free display and sets DISPLAY.
 start_display() {
     need Xvfb openbox import convert xdotool xsetroot
@@ -13,7 +15,8 @@ start_display() {
         die "the virtual screen (Xvfb) did not start" "Try it by hand: Xvfb :99 -screen 0 800x600x24"
     rm -f "$fifo"
     export DISPLAY=:$number
-    xsetroot -solid '#e9edf2'
+    xsetroot -solid "$background"
+    empty_screen=$(screen_sum)
     openbox >/dev/null 2>&1 & # title bars, and the keyboard's focus where a person expects it
     window_manager_pid=$!
 }
@@ -28,11 +31,27 @@ window() {
     timeout "${2:-20}" xdotool search --sync --onlyvisible --name "$1" 2>/dev/null | head -n 1
 }
 
-# photograph FILE.png: the whole screen, cut to what stands out from the background.
+screen_sum() {
+    import -window root rgb:- | md5sum
+}
+
+# wait_for_change: waits (10 s at most) until the screen shows more than the background, and then
+# until it stands still.
+wait_for_change() {
+    local tries last=
+    for ((tries = 0; tries < 25; tries++)); do
+        sleep 0.4
+        [[ $(screen_sum) != "$empty_screen" && $(screen_sum) == "$last" ]] && return
+        last=$(screen_sum)
+    done
+}
+
+# photograph FILE.png [CROP]: the screen, or what lies right of and below CROP (+X+Y), cut to what
+# stands out from the background.
 photograph() {
-    import -window root "$1.full.png"
-    convert "$1.full.png" -bordercolor '#e9edf2' -border 1 -trim +repage \
-        -bordercolor '#e9edf2' -border 16 "$1"
+    import -window root -crop "${2:-+0+0}" "$1.full.png"
+    convert "$1.full.png" +repage -bordercolor "$background" -border 1 -trim +repage \
+        -bordercolor "$background" -border 16 "$1"
     rm -f "$1.full.png"
 }
 

@@ -75,10 +75,12 @@ class Manager:
         return self.get(f"/dyn/tarnwell_init?action={action}&files={files}")
 
     def end(self) -> int:
-        rest, _ = self.process.communicate(timeout=90)
-        self.written += rest
+        status = self.process.wait(90)
+        os.set_blocking(self.process.stdout.fileno(), False)
+        self.written += self.process.stdout.read() or b""
+        self.process.stdout.close()
         self.log = self.log_path.read_text("utf-8") if self.log_path.exists() else ""
-        return self.process.returncode
+        return status
 
 
 class ManagerTest(unittest.TestCase):
@@ -87,14 +89,18 @@ class ManagerTest(unittest.TestCase):
         cls.scratch = pathlib.Path(tempfile.mkdtemp(prefix="manager "))
         cls.identity = cls.scratch / "home/demo-identity"
         # A process that waits keeps the prefix's services up: each start after a pause would cost
-        # seconds.
-        cls.holder = subprocess.Popen([ROOT / "scripts/wine-run", "cmd", "/c", "set /p x="],
-                                      stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)
+        # seconds. It comes first, since the services keep the outputs of whoever started them.
+        cls.holder = subprocess.Popen(
+            [ROOT / "scripts/wine-run", "cmd", "/c", "echo up& set /p x="],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        cls.holder.stdout.readline()
         Manager(cls.scratch, "--idle-seconds=1").end()  # makes it
 
     @classmethod
     def tearDownClass(cls):
-        cls.holder.communicate(b"\r\n", timeout=60)
+        cls.holder.stdin.close()
+        cls.holder.wait(60)
+        cls.holder.stdout.close()
         shutil.rmtree(cls.scratch)
 
     def setUp(self):

@@ -101,8 +101,8 @@ double MillisecondsFor(std::size_t count) {
 }
 
 TEST(RequestAddress, TakesTimeLinearInTheNumberOfFiles) {
-    // Twice what is linear: the machine is busy with other tests. Quadratic would be 10 times.
-    EXPECT_LT(MillisecondsFor(5000), MillisecondsFor(500) * 10 * 2);
+    // Between ten times and a hundred times: the machine is busy with other tests.
+    EXPECT_LT(MillisecondsFor(5000), MillisecondsFor(500) * 30);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "common/system/text/convert.h"
 #include "common/system/text/exception.h"
+#include "support/heap_checks.h"
 #include "support/process_counts_win32.h"
 #include "support/temp_folder.h"
 #include "support/trace_listener.h"
@@ -171,11 +172,12 @@ TEST_F(SendToServerTest, TheManagerInheritsNothingButItsOutput) {
 }
 
 TEST_F(SendToServerTest, NoHandleIsLeftOpenOnAnyPath) {
+    const int some = test::Size(20, 3);
     const struct {
         const char* behaviour;
         int rounds;
-    } cases[] = {{"silent", 20},   {"line end", 20}, {"gone", 20},
-                 {"nonsense", 20}, {"okay", 20},     {"missing", 1000}};
+    } cases[] = {{"silent", some},   {"line end", some}, {"gone", some},
+                 {"nonsense", some}, {"okay", some},     {"missing", test::Size(1000, 50)}};
     for (const auto& each : cases) {
         SCOPED_TRACE(each.behaviour);
         Behave(each.behaviour);
@@ -209,7 +211,7 @@ TEST_F(SendToServerTest, OpeningWithoutAFileToReadFailsQuietly) {
                                         "enter SendToServer", "leave SendToServer"}));
 }
 
-TEST_F(SendToServerTest, FiveThousandFilesTakeTenTimesFiveHundred) {
+TEST_F(SendToServerTest, TakesTimeLinearInTheNumberOfFiles) {
     const auto time = [&](std::size_t count) {
         const Files files(count, CUTF16String(std::u16string(150, u'\u00e9')));
         const auto start = Clock::now();
@@ -219,8 +221,8 @@ TEST_F(SendToServerTest, FiveThousandFilesTakeTenTimesFiveHundred) {
     time(500);  // warms up
     const double few = time(500);
     const double many = time(5000);
-    // Ten times, and as much again for a busy machine; quadratic work would take a hundred times.
-    EXPECT_LT(many, few * 20);
+    // Between ten times and a hundred times: the machine is busy with other tests.
+    EXPECT_LT(many, few * 30);
     const std::string request = test::ReadBytes(m_folder / "request");
     EXPECT_EQ(request.find(" HTTP/1.0\r\n"),
               std::string("GET /dyn/tarnwell_init?action=SIGN&files=").size() + 5000 * 150 * 6 +

@@ -1,5 +1,6 @@
 #include "tarnwell/win32/module.h"
 
+#include "support/heap_checks.h"
 #include "support/trace_listener.h"
 #include "tarnwell/win32/class_ids.h"
 #include "tarnwell/win32/class_object.h"
@@ -156,7 +157,7 @@ TEST(Module, CountsRightFromManyThreads) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([] {
-            for (int round = 0; round < 2000; ++round) {
+            for (int round = 0; round < test::Size(2000, 100); ++round) {
                 Create<IUnknown>(kHandlers[round % 3]);
                 DllCanUnloadNow();
             }

@@ -2,6 +2,7 @@
 
 #include "common/system/os/owners_win32.h"
 #include "common/system/text/convert.h"
+#include "support/heap_checks.h"
 #include "support/process_counts_win32.h"
 #include "support/temp_folder.h"
 #include "support/test_paths.h"
@@ -169,6 +170,8 @@ TEST_F(OpenSignedFileTest, IsWhatTheRequestDoesForItsFirstFile) {
 }
 
 TEST_F(OpenSignedFileTest, KeepsNothingOfTheFilesItOpened) {
+    if (test::UnderHeapChecks())
+        GTEST_SKIP() << "a checked heap keeps released blocks for a while";
     const CUTF16String good = Put("bc-rsa.p7", "a.txt.p7");
     const CUTF16String encrypted = Put("bc-env-3des.p7m", "b.txt.p7");
     const CUTF16String broken = Put("nonp7-html.p7", "c.txt.p7");
@@ -178,12 +181,12 @@ TEST_F(OpenSignedFileTest, KeepsNothingOfTheFilesItOpened) {
             for (const CUTF16String& file : {good, encrypted, broken})
                 OpenSignedFile(file, [](const CUTF16String&) -> std::intptr_t { return 33; });
     };
-    rounds(20);
+    rounds(3);
     const std::size_t heap = test::HeapBytes();
     const std::size_t handles = test::OpenHandleCount();
-    rounds(200);
-    // What a single lost certificate or structure a round would add is a hundred times this.
-    EXPECT_LT(test::HeapBytes(), heap + 4096);
+    rounds(100);
+    // A lost structure or certificate a round would add many times this.
+    EXPECT_LT(test::HeapBytes(), heap + 1024);
     EXPECT_EQ(test::OpenHandleCount(), handles);
 }
 

@@ -17,6 +17,15 @@ export LC_ALL=${TARNWELL_LOCALE:-C.UTF-8}
 
 # end_server PREFIX: ends every process of the prefix and waits until its server is gone.
 end_server() {
+    local process
     WINEPREFIX=$1 "$wineserver" -k >/dev/null 2>&1 || true
     WINEPREFIX=$1 timeout 20 "$wineserver" -w >/dev/null 2>&1 || true
+    # A service that was only starting misses the server's word, and would hold on to the caller's
+    # output for good.
+    for process in /proc/[0-9]*; do
+        if [[ $(readlink "$process/exe" 2>/dev/null) == *wine* ]] &&
+            grep -qzFx "WINEPREFIX=$1" "$process/environ" 2>/dev/null; then
+            kill -KILL "${process#/proc/}" 2>/dev/null || true
+        fi
+    done
 }

@@ -34,7 +34,7 @@ std::string ContentJson(const ContentDigest& content) {
     std::string hex;
     for (const unsigned char byte : content.sha256) {
         char digits[3];
-        std::snprintf(digits, sizeof digits, "%02x", byte);
+        static_cast<void>(std::snprintf(digits, sizeof digits, "%02x", byte));
         hex += digits;
     }
     return CJsonObject().Add("size", content.size).Add("sha256", hex).Text();

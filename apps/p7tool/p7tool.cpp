@@ -3,8 +3,8 @@
 #include "common/crypto/pkcs7_build.h"
 #include "common/crypto/pkcs7_request.h"
 #include "common/system/json/json_line.h"
-#include "common/system/text/exception.h"
 #include "common/system/text/convert.h"
+#include "common/system/text/exception.h"
 #include "p7tool/command_line.h"
 #include "p7tool/info.h"
 #include "p7tool/key_files.h"
@@ -149,7 +149,7 @@ private:
         return std::fputs((line + "\n").c_str(), m_out) >= 0 && std::fflush(m_out) == 0;
     }
     void Say(const std::string& message) {
-        std::fputs(("p7tool: " + message + "\n").c_str(), m_err);
+        static_cast<void>(std::fputs(("p7tool: " + message + "\n").c_str(), m_err));
     }
 
     static constexpr CPKCS7_ERROR kNotReadable =
@@ -166,10 +166,10 @@ int Run(const std::vector<CUTF16String>& arguments, std::FILE* out, std::FILE* e
     try {
         return CTool(ParseCommandLine(arguments), out, err).Run();
     } catch (const EUsage& error) {
-        std::fprintf(err, "p7tool: %s\nTry: p7tool --help\n", error.what());
+        static_cast<void>(std::fprintf(err, "p7tool: %s\nTry: p7tool --help\n", error.what()));
         return kWrongUsage;
     } catch (const std::exception& error) {
-        std::fprintf(err, "p7tool: %s\n", error.what());
+        static_cast<void>(std::fprintf(err, "p7tool: %s\n", error.what()));
         return kFailed;
     }
 }

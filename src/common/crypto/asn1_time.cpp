@@ -114,6 +114,27 @@ std::int64_t LocalToTime(const Asn1TimeParts& parts, int& status) noexcept {
     return status == kTimeConverted ? result : 0;
 }
 
+/// The conversion, with its status in `result`.
+std::int64_t Converted(const ASN1_TIME* time, int& result) {
+    const std::optional<Asn1TimeParts> parts = ReadAsn1Time(time);
+    if (!parts) {
+        result = kTimeIllFormed;
+        return 0;
+    }
+    if (parts->isLocalTime)
+        return LocalToTime(*parts, result);
+
+    // The year's seconds wrap like a 32-bit integer: 2039 to 2049 come out negative.
+    const auto wholeYears = static_cast<std::int32_t>((parts->year - 1970) * kYear);
+    const std::int64_t seconds = (parts->minute - parts->offset) * kMinute +
+                                 (parts->day - 1) * kDay + parts->hour * kHour + parts->second +
+                                 DaysBefore(parts->month, parts->year) * kDay + wholeYears +
+                                 LeapDays(parts->year) * kDay;
+    const bool isInRange = parts->year >= 1970 ? seconds >= 0 : seconds < 0;
+    result = isInRange ? kTimeConverted : kTimeOutOfRange;
+    return isInRange ? seconds : 0;
+}
+
 }  // namespace
 
 std::optional<Asn1TimeParts> ReadAsn1Time(const ASN1_TIME* time) {
@@ -148,25 +169,11 @@ std::optional<Asn1TimeParts> ReadAsn1Time(const ASN1_TIME* time) {
 }
 
 std::int64_t Asn1TimeToTime(const ASN1_TIME* time, int* status) {
-    int own = 0;
-    int& result = status ? *status : own;
-    const std::optional<Asn1TimeParts> parts = ReadAsn1Time(time);
-    if (!parts) {
-        result = kTimeIllFormed;
-        return 0;
-    }
-    if (parts->isLocalTime)
-        return LocalToTime(*parts, result);
-
-    // The year's seconds wrap like a 32-bit integer: beyond 2038 they come out negative.
-    const auto wholeYears = static_cast<std::int32_t>((parts->year - 1970) * kYear);
-    const std::int64_t seconds = (parts->minute - parts->offset) * kMinute +
-                                 (parts->day - 1) * kDay + parts->hour * kHour + parts->second +
-                                 DaysBefore(parts->month, parts->year) * kDay + wholeYears +
-                                 LeapDays(parts->year) * kDay;
-    const bool isInRange = parts->year >= 1970 ? seconds >= 0 : seconds < 0;
-    result = isInRange ? kTimeConverted : kTimeOutOfRange;
-    return isInRange ? seconds : 0;
+    int result = kTimeConverted;
+    const std::int64_t seconds = Converted(time, result);
+    if (status)
+        *status = result;
+    return seconds;
 }
 
 CISOString Asn1TimeToIso(const ASN1_TIME* time) {
@@ -186,10 +193,10 @@ CISOString Asn1TimeToIso(const ASN1_TIME* time) {
     if (date.year() < year(0) || date.year() > year(9999))
         return CISOString();
     char text[32];
-    std::snprintf(
+    static_cast<void>(std::snprintf(
         text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", int(date.year()),
         unsigned(date.month()), unsigned(date.day()), static_cast<int>(clock.hours().count()),
-        static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()));
+        static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count())));
     return CISOString(text);
 }
 

@@ -23,7 +23,7 @@ int LabelEntry(X509_NAME* name) noexcept {
     return -1;
 }
 
-CISOString OrQuestionMark(CISOString text) {
+CISOString OrQuestionMark(const CISOString& text) {
     return text.IsEmpty() ? CISOString("?") : text;
 }
 

@@ -69,7 +69,7 @@ CPKCS7_ERROR CPKCS7Build::Fail(const char* message, CPKCS7_ERROR code) noexcept 
     return m_error = code;
 }
 
-CPKCS7_ERROR CPKCS7Build::Build(CUTF16String inputPath, CUTF16String outputPath) {
+CPKCS7_ERROR CPKCS7Build::Build(const CUTF16String& inputPath, CUTF16String outputPath) {
     m_error = CPKCS7_ERROR::NONE;
     m_written = false;
     if (inputPath.IsEmpty())
@@ -115,7 +115,7 @@ CUniqueBio CPKCS7Build::Enclose(PKCS7* p7, const CUTF16String& inputPath) {
     if (!content)
         return CUniqueBio();
     if (BIO_flush(content.Get()) <= 0)
-        throw CPKCS7_ERROR::ERROR_OPENSSL;
+        throw CPKCS7_ERROR{CPKCS7_ERROR::ERROR_OPENSSL};
 
     ERR_clear_error();  // the text of this step's error is reported, not that of an older one
     if (!SignWithDigests(p7, content.Get(), Digests()) || PKCS7_dataFinal(p7, content.Get()) <= 0) {
@@ -130,7 +130,7 @@ CUniqueBio CPKCS7Build::Enclose(PKCS7* p7, const CUTF16String& inputPath) {
         Fail("Problem while coverting I2D.", kEncodingFailed);
         file.Reset();
     } else if (BIO_flush(file.Get()) <= 0)
-        throw CPKCS7_ERROR::ERROR_OPENSSL;
+        throw CPKCS7_ERROR{CPKCS7_ERROR::ERROR_OPENSSL};
     return file;
 }
 

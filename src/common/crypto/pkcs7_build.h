@@ -40,7 +40,7 @@ public:
     /// 0x3 no input path, 0x50 no signer or recipient, 0x1 unreadable input, 0x2 and 0x12 OpenSSL,
     /// 0x10 for an exception while writing. A target that cannot be opened or written goes
     /// unreported: ask WasWritten. Throws CPKCS7_ERROR 0x2 if a BIO cannot be flushed.
-    CPKCS7_ERROR Build(CUTF16String inputPath, CUTF16String outputPath);
+    CPKCS7_ERROR Build(const CUTF16String& inputPath, CUTF16String outputPath);
 
     /// Error gives the code of the last failure.
     CPKCS7_ERROR Error() const noexcept { return m_error; }

@@ -87,7 +87,7 @@ TEST(Asn1TimeToTime, IllFormedTimesHaveStatusOneAndNoSeconds) {
         {kUtc, "240229120000z"},
         {kUtc, "240229120000ZZ"},
         {kUtc, std::string("240229120000Z\0", 14)},
-        {kUtc, std::string("24022912\0000Z", 12)},
+        {kUtc, std::string("24022912\0000Z", 11)},
         {kUtc, "240229120000+01"},
         {kUtc, "240229120000+1300"},
         {kUtc, "240229120000+0160"},

@@ -25,7 +25,7 @@ using test::Utf16;
 using testing::ElementsAre;
 using testing::StartsWith;
 
-const std::string kContent("the content, with a \0 in it\r\n", 30);
+const std::string kContent("the content, with a \0 in it\r\n", 29);
 
 void Add(CPKCS7Build& build, const TestSigner& signer, const EVP_MD* digest = EVP_sha256()) {
     build.AddSigner(signer.certificate.Get(), signer.key.Get(), digest);
@@ -331,7 +331,7 @@ TEST(CDigestRegistration, StandsWhileItsOwnerLivesThrowsIncluded) {
         EXPECT_EQ(EVP_get_digestbyname("SHA256"), first.Get());
         registration.Replace(second.Get());
         EXPECT_EQ(EVP_get_digestbyname("SHA256"), second.Get());
-        throw CPKCS7_ERROR::ERROR_OPENSSL;
+        throw CPKCS7_ERROR{CPKCS7_ERROR::ERROR_OPENSSL};
     } catch (CPKCS7_ERROR) {
         EXPECT_EQ(test::RegisteredSha256(), registered);
     }

@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "common/crypto/pkcs7_build.h"
 #include "common/crypto/pkcs7_request.h"
+#include "support/heap_checks.h"
 #include "support/temp_folder.h"
 #include "support/test_paths.h"
 #include "test_signer.h"
@@ -64,8 +63,7 @@ TEST(LoadPkcs7, ALargeDamagedFileIsJudgedAsOpenSslJudgesIt) {
     const std::string good = LargeSigned(folder);
     const std::size_t offset = FindContent(Bytes(good), good.size())->offset;
     const std::size_t behind = offset + FindContent(Bytes(good), good.size())->length;
-    // Under Wine's heap checks a few have to do.
-    const std::size_t step = std::getenv("TARNWELL_HEAP_CHECKS") ? 9 : 1;
+    const std::size_t step = test::Size<std::size_t>(1, 9);
     int parsed = 0;
     for (std::size_t at = 0; at < offset; at += step) {
         for (const char flip : {'\x01', '\x80'}) {

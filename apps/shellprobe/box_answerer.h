@@ -27,7 +27,7 @@ public:
     std::vector<MessageBoxText> Finish();
 
 private:
-    void Run(std::stop_token stop);
+    void Run(const std::stop_token& stop);
     void Answer(HWND box);
 
     std::chrono::milliseconds m_patience;

@@ -32,7 +32,7 @@ std::wstring TextOf(HWND window) {
 }  // namespace
 
 CBoxAnswerer::CBoxAnswerer(std::chrono::milliseconds patience)
-    : m_patience(patience), m_thread([this](std::stop_token stop) { Run(stop); }) {}
+    : m_patience(patience), m_thread([this](const std::stop_token& stop) { Run(stop); }) {}
 
 std::vector<MessageBoxText> CBoxAnswerer::Finish() {
     m_thread.request_stop();
@@ -40,7 +40,7 @@ std::vector<MessageBoxText> CBoxAnswerer::Finish() {
     return std::move(m_boxes);
 }
 
-void CBoxAnswerer::Run(std::stop_token stop) {
+void CBoxAnswerer::Run(const std::stop_token& stop) {
     while (!stop.stop_requested()) {
         if (const HWND box = FindBox())
             Answer(box);

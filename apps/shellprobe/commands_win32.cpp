@@ -18,13 +18,13 @@ using Microsoft::WRL::ComPtr;
 constexpr std::uint32_t kWarmUpRounds = 100;
 
 void Print(const CJsonObject& object) {
-    std::printf("%s\n", object.Text().c_str());
-    std::fflush(stdout);
+    (void)std::printf("%s\n", object.Text().c_str());
+    (void)std::fflush(stdout);
 }
 
 std::string Hex(HRESULT result) {
     char text[11];
-    std::snprintf(text, sizeof text, "0x%08lX", static_cast<unsigned long>(result));
+    (void)std::snprintf(text, sizeof text, "0x%08lX", static_cast<unsigned long>(result));
     return text;
 }
 
@@ -34,6 +34,7 @@ std::string Utf8(const std::wstring& text) {
 
 std::vector<std::wstring> Names(const std::vector<CUTF16String>& files) {
     std::vector<std::wstring> names;
+    names.reserve(files.size());
     for (const CUTF16String& file : files)
         names.emplace_back(Wide(file), file.Length());
     return names;
@@ -132,13 +133,14 @@ int RunMenu(const Arguments& arguments, IDataObject* selection) {
 bool Fill(CContextMenuHost& host, const Arguments& arguments, IDataObject* selection) {
     HRESULT result = host.Initialize(selection);
     if (FAILED(result)) {
-        std::fprintf(stderr, "shellprobe: the handler refuses the selection: %s\n",
-                     Hex(result).c_str());
+        (void)std::fprintf(stderr, "shellprobe: the handler refuses the selection: %s\n",
+                           Hex(result).c_str());
         return false;
     }
     result = host.Query(arguments.firstId, arguments.lastId, arguments.flags);
     if (FAILED(result))
-        std::fprintf(stderr, "shellprobe: the handler makes no menu: %s\n", Hex(result).c_str());
+        (void)std::fprintf(stderr, "shellprobe: the handler makes no menu: %s\n",
+                           Hex(result).c_str());
     return SUCCEEDED(result);
 }
 
@@ -209,11 +211,11 @@ int RunStress(const Arguments& arguments, IDataObject* selection) {
 
 int Run(const Arguments& arguments) {
     if (arguments.command == ECommand::kHelp) {
-        std::printf("%s", HelpText().c_str());
+        (void)std::printf("%s", HelpText().c_str());
         return 0;
     }
     if (arguments.command == ECommand::kVersion) {
-        std::printf("shellprobe %s\n", TARNWELL_VERSION_TEXT);
+        (void)std::printf("shellprobe %s\n", TARNWELL_VERSION_TEXT);
         return 0;
     }
     const ComPtr<IDataObject> selection = MakeDataObject(Names(arguments.files));

@@ -1,5 +1,8 @@
 #include "shellprobe/context_menu_host.h"
 
+#include <algorithm>
+#include <cstdio>
+
 #include "shellprobe/shell_ids.h"
 // Windows last.
 #include <shellapi.h>
@@ -14,7 +17,7 @@ constexpr wchar_t kHandlerKey[] = L"*\\shellex\\ContextMenuHandlers\\Tarnwell Ex
 
 std::string Hex(HRESULT result) {
     char text[11];
-    std::snprintf(text, sizeof text, "0x%08lX", static_cast<unsigned long>(result));
+    (void)std::snprintf(text, sizeof text, "0x%08lX", static_cast<unsigned long>(result));
     return text;
 }
 
@@ -78,8 +81,9 @@ HRESULT CContextMenuHost::Query(UINT firstId, UINT lastId, UINT flags) {
 }
 
 std::vector<MenuItem> CContextMenuHost::Items() const {
+    const int count = std::max(GetMenuItemCount(m_menu.Get()), 0);
     std::vector<MenuItem> items;
-    const int count = GetMenuItemCount(m_menu.Get());
+    items.reserve(static_cast<std::size_t>(count));
     for (int position = 0; position < count; ++position)
         items.push_back(ItemAt(static_cast<UINT>(position)));
     return items;

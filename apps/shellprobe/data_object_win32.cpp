@@ -160,6 +160,7 @@ ComPtr<IDataObject> ShellDataObject(const std::vector<std::wstring>& files) {
 
 ComPtr<IDataObject> MakeDataObject(const std::vector<std::wstring>& files) {
     std::vector<std::wstring> full;
+    full.reserve(files.size());
     for (const std::wstring& file : files)
         full.push_back(FullPath(file));
     ComPtr<IDataObject> object = ShellDataObject(full);

@@ -37,10 +37,10 @@ int wmain(int count, wchar_t** values) {
         const COleApartment apartment;
         return tarnwell::shellprobe::Run(tarnwell::shellprobe::ParseArguments(list));
     } catch (const tarnwell::shellprobe::EUsage& error) {
-        std::fprintf(stderr, "shellprobe: %s\nSee: shellprobe --help\n", error.what());
+        (void)std::fprintf(stderr, "shellprobe: %s\nSee: shellprobe --help\n", error.what());
         return 2;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "shellprobe: %s\n", error.what());
+        (void)std::fprintf(stderr, "shellprobe: %s\n", error.what());
         return 1;
     }
 }

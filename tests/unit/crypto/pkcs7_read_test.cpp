@@ -138,17 +138,19 @@ TEST(CPKCS7, TheFileIsReadOnceAndNotHeldOpen) {
 TEST(CPKCS7, AskedForTheWrongThingItSaysSo) {
     const struct {
         const char* file;
-        CPKCS7_ERROR code;
         const char* message;
+        CPKCS7_ERROR code;
         bool asksSigners;
     } rows[] = {
-        {"hand-env-1.p7m", CPKCS7_ERROR{0x55},
-         "Tryied to get signer on a non signed file. check type before using this function", true},
-        {"capi-digest.p7", CPKCS7_ERROR{0x55},
-         "Tryied to get signer on a non signed file. check type before using this function", true},
-        {"ossl-nocerts.p7", CPKCS7_ERROR{0x52},
-         "Error when trying to get the certificat from the p7 file", true},
-        {"bc-rsa.p7", CPKCS7_ERROR{0x45}, "Tryied to get recipient on a non Envelopped file",
+        {"hand-env-1.p7m",
+         "Tryied to get signer on a non signed file. check type before using this function",
+         CPKCS7_ERROR{0x55}, true},
+        {"capi-digest.p7",
+         "Tryied to get signer on a non signed file. check type before using this function",
+         CPKCS7_ERROR{0x55}, true},
+        {"ossl-nocerts.p7", "Error when trying to get the certificat from the p7 file",
+         CPKCS7_ERROR{0x52}, true},
+        {"bc-rsa.p7", "Tryied to get recipient on a non Envelopped file", CPKCS7_ERROR{0x45},
          false},
     };
     for (const auto& row : rows) {
@@ -224,7 +226,7 @@ struct SignedStructure {
         BIO_write(content.Get(), "content", 7);
         PKCS7_dataFinal(p7.Get(), content.Get());
     }
-    PKCS7_SIGNER_INFO* Info() {
+    PKCS7_SIGNER_INFO* Info() const {
         return sk_PKCS7_SIGNER_INFO_value(PKCS7_get_signer_info(p7.Get()), 0);
     }
     TestSigner signer;

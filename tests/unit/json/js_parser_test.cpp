@@ -1,79 +1,62 @@
 #include "common/system/json/js_parser.h"
 
-#include "support/heap_checks.h"
-
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "support/heap_checks.h"
 
 namespace tarnwell {
 namespace {
 
 using namespace std::string_literals;
+using Bytes = std::vector<unsigned char>;
 
-std::string Text(const CISOString& text) {
-    return std::string(text.AsView());
+CJSValueOwner Parse(std::string_view text) {
+    const char* cursor = text.data();
+    return ParseJSValue(cursor, text.data() + text.size());
 }
 
 /// Shows a tree on one line: texts in quotes, members as key:value, the undefined value as "?".
 std::string Show(const CJSValue& value) {
     if (value.IsUndefined())
         return "?";
+    if (const auto* const member = dynamic_cast<const CJSKeyedValue*>(&value))
+        return std::string(member->KeyView()) + ":" + Show(member->Value());
     if (dynamic_cast<const CJSString*>(&value) != nullptr)
-        return "'" + Text(value.StringValue()) + "'";
+        return "'" + std::string(value.StringValue().AsView()) + "'";
     if (dynamic_cast<const CJSInteger*>(&value) != nullptr)
         return std::to_string(value.IntegerValue());
     if (dynamic_cast<const CJSBoolean*>(&value) != nullptr)
         return value.BooleanValue() ? "true" : "false";
-    const bool isObject = dynamic_cast<const CJSObject*>(&value) != nullptr;
-    std::string shown = isObject ? "{" : "[";
-    for (std::size_t i = 0; i < value.Count(); ++i) {
-        const CJSValue& element = value.Element(i);
-        shown += i == 0 ? "" : ",";
-        if (const auto* const member = dynamic_cast<const CJSKeyedValue*>(&element))
-            shown += Text(member->Key()) + ":" + Show(member->Value());
-        else
-            shown += Show(element);
-    }
-    return shown + (isObject ? "}" : "]");
-}
-
-struct Parsed {
     std::string shown;
-    std::string rest;
-    std::string printed;
-};
-
-/// Parses a copy without a byte behind it, so that reading past the end is seen by the checkers.
-Parsed Parse(std::string_view text) {
-    const auto bytes = std::make_unique<char[]>(text.size());
-    std::copy(text.begin(), text.end(), bytes.get());
-    const char* const end = bytes.get() + text.size();
-    const char* cursor = bytes.get();
-    testing::internal::CaptureStdout();
-    const CJSValueOwner root = ParseJSValue(cursor, end);
-    Parsed parsed;
-    parsed.printed = testing::internal::GetCapturedStdout();
-    parsed.shown = Show(*root);
-    parsed.rest.assign(cursor, end);
-    return parsed;
+    for (std::size_t i = 0; i < value.Count(); ++i)
+        shown += (i == 0 ? "" : ",") + Show(value.Element(i));
+    const bool isObject = dynamic_cast<const CJSObject*>(&value) != nullptr;
+    return isObject ? "{" + shown + "}" : "[" + shown + "]";
 }
 
 struct Case {
     std::string text;
     std::string shown;
     std::string rest = "";
+    std::string printed = "";
 };
 
 void ExpectAll(std::initializer_list<Case> cases) {
     for (const Case& expected : cases) {
         SCOPED_TRACE(expected.text);
-        const Parsed parsed = Parse(expected.text);
-        EXPECT_EQ(parsed.shown, expected.shown);
-        EXPECT_EQ(parsed.rest, expected.rest);
-        EXPECT_EQ(parsed.printed, "");
+        // A copy without a byte behind it, so that reading past the end is seen by the checkers.
+        const std::vector<char> bytes(expected.text.begin(), expected.text.end());
+        const char* cursor = bytes.data();
+        const char* const end = cursor + bytes.size();
+        testing::internal::CaptureStdout();
+        const CJSValueOwner root = ParseJSValue(cursor, end);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), expected.printed);
+        EXPECT_EQ(Show(*root), expected.shown);
+        EXPECT_EQ(std::string(cursor, end), expected.rest);
     }
 }
 
@@ -81,257 +64,147 @@ TEST(JSParser, ReadsOneValueAndStopsBehindIt) {
     ExpectAll({
         {"", "?"},
         {" \t\n\v\f\r", "?"},
-        {"true", "true"},
         {" false ,", "false", " ,"},
         {"trueish", "true", "ish"},
-        {"tru", "?", "tru"},
-        {"fals", "?", "fals"},
-        {"True", "?", "True"},
-        {"null", "?", "null"},
         {"\xA0 1", "?", "\xA0 1"},
-        {"'a'", "?", "'a'"},
-        {"}", "?", "}"},
-    });
-}
-
-TEST(JSParser, ReadsDigitsAndNoSignFractionOrExponent) {
-    ExpectAll({
-        {"0", "0"},
-        {"007", "7"},
-        {"2147483647", "2147483647"},
+        // Numbers are digits alone, and stay at the largest one.
         {"-1", "?", "-1"},
-        {"+1", "?", "+1"},
         {"1.5", "1", ".5"},
-        {"1e3", "1", "e3"},
-        {"0x10", "0", "x10"},
-        {".5", "?", ".5"},
-    });
-}
-
-TEST(JSParser, NumbersThatAreTooLargeStayAtTheLargest) {
-    ExpectAll({
         {"2147483648", "2147483647"},
-        {"4294967297", "2147483647"},
-        {"18446744073709551617", "2147483647"},
         {std::string(100'000, '9'), "2147483647"},
-        {std::string(100'000, '0') + "5", "5"},
     });
 }
 
 TEST(JSParser, ReadsStringsWithTheirEscapes) {
     ExpectAll({
-        {R"("")", "''"},
-        {R"("caf)"
-         "\xC3\xA9\xFF"
-         R"(" )",
-         "'caf\xC3\xA9\xFF'", " "},
-        {R"("a\x41\u00e9\101")",
-         "'aA\xC3\xA9"
-         "A'"},
-        {R"("\n\r\t\b\f\v")", "'\n\r\t\b\f\v'"},
-        {R"("\\\"\'")", R"('\"'')"},
-        {R"("'")", "'''"},
+        {"\"caf\xC3\xA9\xFF\t\r\0\" "s, "'caf\xC3\xA9\xFF\t\r\0'"s, " "},
+        {R"("a\x41\u00e9\101")", "'aA\u00E9A'"},
+        {R"("\n\r\t\b\f\v\\\"\'")", "'\n\r\t\b\f\v\\\"''"},
         // Other escaped bytes go with their backslash, the slash included.
-        {R"("[\a\z\/\ \8\9\-\)"
-         "\xC3\xA9"
-         R"(]")",
-         "'[\xA9]'"},
-        {"\"tab\there\rtoo\"", "'tab\there\rtoo'"},
-        {"\"a\0b\""s, "'a\0b'"s},
-        {R"(["a\\","b"])", "['a\\','b']"},
-    });
-}
-
-TEST(JSParser, JoinsLinesAtABackslash) {
-    ExpectAll({
-        {"\"a\\\nb\"", "'ab'"},
-        {"\"a\\\rb\"", "'ab'"},
+        {R"("[\a\/\ \8\-]")", "'[]'"},
+        // A backslash joins lines.
+        {"\"a\\\nb\\\n\r\rc\"", "'ab\rc'"},
         {"\"a\\\r\nb\"", "'ab'"},
-        {"\"a\\\n\rb\"", "'ab'"},
-        {"\"a\\\n\r\rb\"", "'a\rb'"},
-    });
-}
-
-TEST(JSParser, TakesOneToThreeOctalDigits) {
-    ExpectAll({
-        {R"("\7")", "'\7'"},
-        {R"("\1018")", "'A8'"},
-        {R"("\1012")", "'A2'"},
-        {R"("\18")",
-         "'\1"
-         "8'"},
-        {R"("\0")", "'\0'"s},
-        {R"("\777")", "'\xC7\xBF'"},
-        {R"("\351")", "'\xC3\xA9'"},
-        {"\"\\1", "?"},
-    });
-}
-
-TEST(JSParser, TakesExactlyTwoOrFourHexadecimalDigits) {
-    ExpectAll({
-        {R"("\x411")", "'A1'"},
-        {R"("\xe9\xE9")", "'\xC3\xA9\xC3\xA9'"},
-        {R"("\u20ac\uFFFD")", "'\xE2\x82\xAC\xEF\xBF\xBD'"},
-        {R"("\u0000")", "'\0'"s},
+        {R"("\1018\18")", "'A8\18'"},
+        {R"("\0\777")", "'\0\u01FF'"s},
+        {R"("\x411\u20ac")", "'A1\u20AC'"},
         // What is no character, or half of one, is a question mark; halves are never put together.
         {R"("\ufffe\ud83d\ude00")", "'\?\?\?'"},
         // Digits that are none add nothing, and are gone all the same.
-        {R"("[\xg1\x1g\u12g4]")", "'[]'"},
-        {R"("\x+1\u 123")", "''"},
-        {R"("\x"a")", "''"},
+        {R"("[\xg1\x1g\u12g4\x+1]")", "'[]'"},
         {R"(["a\u12","b"])", "['a']", "\"]"},
-    });
-}
-
-TEST(JSParser, AnEscapeCutOffByTheEndGivesTheEmptyString) {
-    ExpectAll({
-        {R"("abc\x4)", "''"},
-        {R"("abc\x)", "''"},
-        {R"("abc\u004)", "''"},
-        {R"(["x","a\u")", "['x','']"},
-    });
-}
-
-TEST(JSParser, AStringWithoutItsEndIsNoValue) {
-    ExpectAll({
-        {R"(")", "?"},
-        {R"("abc)", "?"},
-        {"\"abc\\", "?"},
-        {R"("abc\")", "?"},
-        {"\"ab\ncd\"", "?", "\ncd\""},
+        // Without its end it is no value; cut in a hexadecimal escape it is empty.
+        {R"("abc\)", "?"},
+        {R"("\1)", "?"},
         {"\"a\\tb\ncd\"", "?", "\ncd\""},
+        {R"("abc\x4)", "''"},
+        {R"(["x","a\u)", "['x','']"},
     });
 }
 
-TEST(JSParser, ReadsObjects) {
+TEST(JSParser, ReadsObjectsAndArraysThatAnyCharacterCloses) {
     ExpectAll({
-        {"{}", "{}"},
         {" { } x", "{}", " x"},
         {R"({"a":{"b":"x"}})", "{a:{b:'x'}}"},
-        {R"({"a":1,})", "{a:1}"},
-        {R"({ "a" : 1 , "b" : true })", "{a:1,b:true}"},
-        {"{a:1,_b$9:2,$:3,Z:4}", "{a:1,_b$9:2,$:3,Z:4}"},
-        {R"({"":1,"a b":2})", "{:1,a b:2}"},
-        {R"({"a":1,"a":2})", "{a:1,a:2}"},
-        {R"({"\u0061":1})", "{a:1}"},
-        {R"({true:false})", "{true:false}"},
-    });
-}
-
-TEST(JSParser, AMemberWithoutAValueIsUndefined) {
-    ExpectAll({
+        {R"({ "a" : 1 , "" : true, })", "{a:1,:true}"},
+        {"{a:1,_b$9:2,$:3,Z:4,a:5}", "{a:1,_b$9:2,$:3,Z:4,a:5}"},
         {R"({"a":,"b":2})", "{a:?,b:2}"},
-        {R"({"a":})", "{a:?}"},
         // The line feed that failed the string is white space to the object.
         {"{\"a\":\"x\n,\"b\":2}", "{a:?,b:2}"},
-    });
-}
-
-TEST(JSParser, AnErrorFailsTheObjectAndAllAroundIt) {
-    ExpectAll({
-        {"{", "?"},
-        {R"({"a":1)", "?"},
-        {R"({"a":1,)", "?"},
-        {R"({"a":)", "?"},
-        {"{,}", "?"},
-        {"{1a:1}", "?"},
-        {R"({"a":1,,"b":2})", "?"},
-        {R"({"a":1 "b":2})", "?"},
-        {R"({"n":-1})", "?"},
-        {R"({"n":1.5})", "?"},
-        {R"({"n":null})", "?"},
-        {R"({"n":trueish})", "?"},
-        {"{\"a\nb\":1}", "?"},
-        {R"({"a":{"b":{"c":-1}},"d":2})", "?"},
-        {R"({"a":[{"b":-1}],"d":2})", "?"},
-        {"{\xC3\xA9:1}", "?"},
-    });
-}
-
-TEST(JSParser, ReadsArraysThatAnyCharacterCloses) {
-    ExpectAll({
-        {"[]", "[]"},
         {"[ ] x", "[]", " x"},
         {R"(["x","y"} )", "['x','y']", " "},
-        {"[1,[2,[3]],4]", "[1,[2,[3]],4]"},
         {"[1 2]", "[1]", "]"},
         {"[1,]", "[1,?]"},
-        {"[,]", "[?,?]"},
         {"[-1]", "[?]", "1]"},
-        {"[1", "[1]"},
-        {"[1,", "[1,?]"},
         {"[", "[?]"},
-        {"[{]", "[?]"},
-        {R"({"a":[1;"b":2})", "?"},
         {R"({"a":[1;,"b":2})", "{a:[1],b:2}"},
     });
 }
 
+TEST(JSParser, AnErrorFailsTheObjectAndAllAroundIt) {
+    for (const char* text :
+         {"{", R"({"a":1)", "{,}", "{1a:1}", "{\"a\nb\":1}", R"({"a":1 "b":2})", R"({"n":-1})",
+          R"({"a":[{"b":{"n":null}}],"d":2})", R"({"a":[1;"b":2})"})
+        ExpectAll({{text, "?"}});
+}
+
 TEST(JSParser, ReportsAKeyWithoutAColon) {
-    for (const auto& [text, key] : std::initializer_list<std::pair<std::string, std::string>>{
-             {R"({"a" 1})", "a"},
-             {"{name", "name"},
-             {"{\"caf\xC3\xA9\"}", "caf\xC3\xA9"},
-             {R"({"a":{b=1}})", "b"},
-             {R"({"x\u00)", ""},
-             {"{\"a\\0b\"}", "a\0b"s}}) {
-        SCOPED_TRACE(text);
-        const Parsed parsed = Parse(text);
-        EXPECT_EQ(parsed.shown, "?");
-        EXPECT_EQ(parsed.rest, "");
-        EXPECT_EQ(parsed.printed,
-                  "JSON object parsing error: \"" + key + "\" is not followed by ':'!\n");
-    }
-}
-
-std::string Nested(const std::string& open, int depth, const std::string& close) {
-    std::string text;
-    for (int i = 0; i < depth; ++i)
-        text += open;
-    for (int i = 0; i < depth; ++i)
-        text += close;
-    return text;
-}
-
-TEST(JSParser, NestsUpToItsLimit) {
-    const CJSValue* value = nullptr;
-    const std::string text = Nested("[", kMaxJSDepth, "]");
-    const char* cursor = text.data();
-    const CJSValueOwner root = ParseJSValue(cursor, text.data() + text.size());
-    int depth = 0;
-    for (value = root.get(); !value->IsUndefined(); value = &value->Element(0))
-        ++depth;
-    EXPECT_EQ(depth, kMaxJSDepth);
-    EXPECT_EQ(cursor, text.data() + text.size());
-}
-
-TEST(JSParser, DeeperTextIsUndefinedAsAWhole) {
+    const std::string start = "JSON object parsing error: \"";
+    const std::string end = "\" is not followed by ':'!\n";
     ExpectAll({
-        {Nested("[", kMaxJSDepth + 1, "]"), "?"},
-        {Nested("{a:", kMaxJSDepth + 1, "}"), "?"},
-        {"[1,2," + Nested("[{a:", kMaxJSDepth / 2, "}]") + "]", "?"},
-        {Nested("[", test::Size(5'000'000, 50'000), ""), "?"},
-        {Nested("{a:[", test::Size(1'000'000, 10'000), ""), "?"},
+        {R"({"a" 1})", "?", "", start + "a" + end},
+        {"{name", "?", "", start + "name" + end},
+        {R"({"%s\0b"})", "?", "", start + "%s\0b"s + end},
     });
 }
 
-TEST(JSParser, SiblingsDoNotCountAsDepth) {
-    std::string text = "[";
+TEST(JSParser, DeeperTextThanTheLimitIsUndefinedAsAWhole) {
+    const std::string deepest = std::string(kMaxJSDepth, '[') + std::string(kMaxJSDepth, ']');
+    std::string siblings = "[1";
     for (int i = 0; i < 3 * kMaxJSDepth; ++i)
-        text += "[{}],";
-    const char* cursor = text.data();
-    const CJSValueOwner root = ParseJSValue(cursor, text.data() + text.size());
-    EXPECT_EQ(root->Count(), 3U * kMaxJSDepth + 1);
+        siblings += ",[{}]";
+    siblings += "]";
+    ExpectAll({
+        {deepest, deepest},
+        {siblings, siblings},
+        {"[" + deepest + "]", "?"},
+        {"[1,{a:" + deepest + "}]", "?"},
+        {std::string(test::Size(5'000'000, 50'000), '['), "?"},
+    });
 }
 
-TEST(JSParser, ReadsEveryPrefixWithoutReadingPastIt) {
-    const std::string text =
-        "{\"a\":[true,false,12,\"x\\u00e9\\x41\\101\\\n\"],b:{c:\"\\\\\"},\"d\":1,}";
-    for (std::size_t length = 0; length < text.size(); ++length)
-        EXPECT_EQ(Parse(text.substr(0, length)).shown, "?") << length;
-    EXPECT_EQ(Parse(text).shown,
-              "{a:[true,false,12,'x\xC3\xA9"
-              "AA'],b:{c:'\\'},d:1}");
+TEST(CJSValue, AnswersTheQuestionOfItsKindAloneAndAMemberAsItsValueDoes) {
+    enum { kText, kNumber, kTrue, kList, kGroup, kAbsent, kEnd };
+    for (const char* script : {R"(["0a", 10, true, [1, 9], {"k":9}, ])",
+                               R"({"a":"0a", "b":10, "c":true, "d":[1, 9], "e":{"k":9}, "f":})"}) {
+        const CJSValueOwner root = Parse(script);
+        for (int kind = kText; kind < kEnd; ++kind) {
+            SCOPED_TRACE(testing::Message() << script << kind);
+            const CJSValue& value = root->Element(static_cast<std::size_t>(kind));
+            Bytes bytes = {1, 2, 3};
+            EXPECT_EQ(value.BytesValue(bytes), kind == kText);
+            EXPECT_EQ(bytes, kind == kText ? Bytes{0x0A} : Bytes());
+            EXPECT_EQ(value.StringValue(), kind == kText ? "0a" : "");
+            EXPECT_EQ(value.IntegerValue(), kind == kNumber ? 10 : 0);
+            EXPECT_EQ(value.BooleanValueOr(true), kind == kTrue || value.IsUndefined());
+            EXPECT_EQ(value.Count(), kind == kList ? 2U : kind == kGroup ? 1U : 0U);
+            EXPECT_EQ(value.Element(1).IntegerValue(), kind == kList ? 9 : 0);
+            EXPECT_EQ(value.Member("k").IntegerValue(), kind == kGroup ? 9 : 0);
+            EXPECT_EQ(value.Key().IsEmpty(), *script == '[');
+        }
+        EXPECT_TRUE(root->Element(SIZE_MAX).Member("k").Element(0).IsUndefined());
+    }
+}
+
+TEST(CJSObject, FindsTheFirstMemberOfAnExactOrABinaryKey) {
+    const CJSValueOwner root = Parse(R"({"a":1, "A":2, "a\u0000":3, "0aZ":4, "0A":5, "0a 0b":6})");
+    const auto find = [&](const Bytes& key) { return root->MemberByBytes(key).IntegerValue(); };
+    EXPECT_EQ(root->Member("A").IntegerValue(), 2);
+    EXPECT_EQ(root->Member(std::string_view("a\0", 2)).IntegerValue(), 3);
+    EXPECT_TRUE(root->Member("aa").IsUndefined());
+    EXPECT_EQ(find({0x0A}), 1) << "a single digit is a byte";
+    EXPECT_EQ(find({0x0A, 0x0B}), 6);
+    EXPECT_TRUE(Parse(R"({"a":{"0a":1}})")->Member("a").MemberByBytes(Bytes{0x0A}).IsUndefined())
+        << "members do not hand the question on";
+}
+
+TEST(DecodeHex, ReadsPairsAndSingleDigitsUpToTheFirstOtherCharacter) {
+    const struct {
+        std::string_view text;
+        Bytes bytes;
+        bool complete = true;
+    } cases[] = {
+        {" \t\r\n", {}},
+        {"0a 0B f", {0x0A, 0x0B, 0x0F}},
+        {" a b\vcdF00", {0x0A, 0x0B, 0xCD, 0xF0, 0x00}},
+        {"0a-0b", {0x0A}, false},
+        {std::string_view("0a0\0", 4), {0x0A}, false},
+    };
+    for (const auto& expected : cases) {
+        Bytes bytes = {9, 9};
+        EXPECT_EQ(DecodeHex(expected.text, bytes), expected.complete) << expected.text;
+        EXPECT_EQ(bytes, expected.bytes) << expected.text;
+    }
 }
 
 }  // namespace

@@ -10,15 +10,11 @@ TEST(Quoted, NothingInATextCanEndTheStringOrTheLine) {
         std::string text;
         const char* json;
     } rows[] = {
-        {"", R"("")"},
-        {"report.pdf", R"("report.pdf")"},
         {R"(C:\a "b")", R"("C:\\a \"b\"")"},
-        {"a\nb\r\tc", R"("a\u000ab\u000d\u0009c")"},
-        {std::string("a\0b", 3), R"("a\u0000b")"},
-        {"\x1F\x7F", R"("\u001f\u007f")"},
+        {std::string("a\0b\n\x1F\x7F", 6), R"("a\u0000b\u000a\u001f\u007f")"},
         {"żółw 😀", R"("żółw 😀")"},
-        {"a\xE2\x80\xA8\xE2\x80\xA9\xE2\x80\xAA", "\"a\\u2028\\u2029\xE2\x80\xAA\""},
-        {"\xC3(\xFF", "\"\xEF\xBF\xBD(\xEF\xBF\xBD\""},
+        {"a\u2028\u2029\u202A", "\"a\\u2028\\u2029\u202A\""},
+        {"\xC3(\xFF", "\"\uFFFD(\uFFFD\""},
     };
     for (const auto& row : rows)
         EXPECT_EQ(Quoted(row.text), row.json);
@@ -26,18 +22,10 @@ TEST(Quoted, NothingInATextCanEndTheStringOrTheLine) {
 
 TEST(CJsonObject, MembersStandInTheirOrder) {
     CJsonArray list;
-    EXPECT_EQ(list.Text(), "[]");
     list.AddRaw("1");
-    list.AddRaw("{}");
-    EXPECT_EQ(CJsonObject().Text(), "{}");
-    EXPECT_EQ(CJsonObject()
-                  .Add("b", "x\"")
-                  .Add("a", std::uint64_t{18446744073709551615u})
-                  .AddFlag("f", false)
-                  .AddNull("n")
-                  .AddRaw("l", list.Text())
-                  .Text(),
-              R"({"b":"x\"","a":18446744073709551615,"f":false,"n":null,"l":[1,{}]})");
+    list.AddRaw(CJsonObject().Add("n\"", UINT64_MAX).AddNull("a").Text());
+    EXPECT_EQ(CJsonObject().Add("b", "x\"").AddRaw("l", list.Text()).AddFlag("f", false).Text(),
+              R"({"b":"x\"","l":[1,{"n\"":18446744073709551615,"a":null}],"f":false})");
 }
 
 }  // namespace

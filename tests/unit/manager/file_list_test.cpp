@@ -61,7 +61,7 @@ TEST(ResolveFileList, FindsNamesWithCommas) {
     }
 }
 
-TEST(ResolveFileList, LooksOnceAtEachOfThousandsOfFiles) {
+TEST(ResolveFileList, LooksOnceAtEachOfManyFiles) {
     const std::size_t count = test::Size<std::size_t>(20000, 500);
     std::u16string joined;
     for (std::size_t i = 0; i < count; ++i) {

@@ -5,6 +5,7 @@
 
 #include "common/crypto/pkcs7_build.h"
 #include "common/crypto/pkcs7_request.h"
+#include "shared_identity.h"
 #include "support/temp_folder.h"
 
 namespace tarnwell::manager {
@@ -17,9 +18,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-/// One identity for all tests: making the keys takes a second.
 const Identity& Me() {
-    static const Identity identity = ReadIdentity(MakeIdentity());
+    static const Identity identity = ReadIdentity(SharedPem());
     return identity;
 }
 
@@ -169,9 +169,8 @@ TEST_F(Worker, DoesNotWriteWhatDoesNotDecrypt) {
     }
     EXPECT_GE(failed, 4u) << m_log;
 
-    const Identity other = ReadIdentity(MakeIdentity());
     CPKCS7Build build(CPKCS7_TYPE::ENCRYPT);
-    build.AddRecipient(other.signer.Get());
+    build.AddRecipient(Me().ca.Get());
     m_folder.Write("in", "for somebody else");
     const auto foreign = m_folder / "foreign.txt.p7";
     ASSERT_EQ(build.Build(test::Utf16(m_folder / "in"), test::Utf16(foreign)), CPKCS7_ERROR::NONE);

@@ -4,6 +4,7 @@
 
 #include "common/system/text/exception.h"
 #include "manager/core/identity_store.h"
+#include "shared_identity.h"
 #include "support/temp_folder.h"
 
 namespace tarnwell::manager {
@@ -14,7 +15,7 @@ using test::ReadBytes;
 using testing::HasSubstr;
 
 TEST(Identity, IsACaAndASignerThatOtherToolsAccept) {
-    const Identity me = ReadIdentity(MakeIdentity());
+    const Identity me = ReadIdentity(SharedPem());
     X509* ca = me.ca.Get();
     X509* signer = me.signer.Get();
     EXPECT_EQ(X509_check_ca(ca), 1);

@@ -26,8 +26,8 @@ struct Exchange {
 std::optional<Exchange> AwaitRequest(CLoopbackListener& listener, std::chrono::milliseconds idle,
                                      const CLog& log);
 
-/// Accept answers with status 200 and `text`. A client that is gone is fine: the extension closes as
-/// soon as it has the head.
+/// Accept answers with status 200 and `text`. A client that is gone is fine: the extension closes
+/// as soon as it has the head.
 void Accept(Exchange& exchange, std::string_view text);
 
 /// Refuse answers with the refusal and logs it; a client that is gone is fine.

@@ -10,6 +10,11 @@
 
 namespace tarnwell {
 
+/// SystemId is an identifier of the range that COM keeps for the system's own interfaces.
+constexpr IID SystemId(unsigned long first) noexcept {
+    return {first, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+}
+
 /// One specialisation an interface: its identifier (Windows SDK header named beside it) and the
 /// interface it derives from, to which an object that offers it answers as well.
 template <class Interface>
@@ -17,42 +22,42 @@ struct InterfaceTraits;
 
 template <>
 struct InterfaceTraits<IUnknown> {  // unknwn.h
-    static constexpr IID kId = {0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+    static constexpr IID kId = SystemId(0);
 };
 template <>
 struct InterfaceTraits<IClassFactory> {  // unknwn.h
     using Base = IUnknown;
-    static constexpr IID kId = {1, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+    static constexpr IID kId = SystemId(1);
 };
 template <>
 struct InterfaceTraits<IPersist> {  // objidl.h
     using Base = IUnknown;
-    static constexpr IID kId = {0x10C, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+    static constexpr IID kId = SystemId(0x10C);
 };
 template <>
 struct InterfaceTraits<IPersistFile> {  // objidl.h
     using Base = IPersist;
-    static constexpr IID kId = {0x10B, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+    static constexpr IID kId = SystemId(0x10B);
 };
 template <>
 struct InterfaceTraits<IContextMenu> {  // shobjidl.h
     using Base = IUnknown;
-    static constexpr IID kId = {0x214E4, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+    static constexpr IID kId = SystemId(0x214E4);
 };
 template <>
 struct InterfaceTraits<IShellExtInit> {  // shobjidl.h
     using Base = IUnknown;
-    static constexpr IID kId = {0x214E8, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+    static constexpr IID kId = SystemId(0x214E8);
 };
 template <>
 struct InterfaceTraits<IExtractIconW> {  // shlobj.h
     using Base = IUnknown;
-    static constexpr IID kId = {0x214FA, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+    static constexpr IID kId = SystemId(0x214FA);
 };
 template <>
 struct InterfaceTraits<IQueryInfo> {  // shlobj.h
     using Base = IUnknown;
-    static constexpr IID kId = {0x21500, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+    static constexpr IID kId = SystemId(0x21500);
 };
 
 template <class Interface>

@@ -5,18 +5,23 @@
 #include "common/system/os/unique.h"
 #include "common/system/os/windows.h"
 
+#include <type_traits>
+
 // objbase.h needs windows.h before it.
 #include <objbase.h>
 
 namespace tarnwell {
 
-/// Kernel handles: pipes, processes, threads, events. Null is "none".
-struct HandleTraits {
-    using Value = HANDLE;
-    static Value Invalid() noexcept { return nullptr; }
-    static void Close(Value value) noexcept { CloseHandle(value); }
-};
-using CUniqueHandle = CUnique<HandleTraits>;
+/// Traits for a handle type whose "none" is null and that `kClose` gives back.
+template <class Handle, auto kClose>
+using CHandleTraits = CPointerTraits<std::remove_pointer_t<Handle>, kClose>;
+
+using CUniqueHandle = CUnique<CHandleTraits<HANDLE, CloseHandle>>;  ///< pipes, processes, events
+using CUniqueRegistryKey = CUnique<CHandleTraits<HKEY, RegCloseKey>>;
+using CUniqueModule = CUnique<CHandleTraits<HMODULE, FreeLibrary>>;
+using CUniqueIcon = CUnique<CHandleTraits<HICON, DestroyIcon>>;
+using CUniqueBitmap = CUnique<CHandleTraits<HBITMAP, DeleteObject>>;
+using CUniqueMenu = CUnique<CHandleTraits<HMENU, DestroyMenu>>;
 
 /// Handles of CreateFileW, whose "none" is INVALID_HANDLE_VALUE.
 struct FileHandleTraits {
@@ -26,49 +31,8 @@ struct FileHandleTraits {
 };
 using CUniqueFile = CUnique<FileHandleTraits>;
 
-struct RegistryKeyTraits {
-    using Value = HKEY;
-    static Value Invalid() noexcept { return nullptr; }
-    static void Close(Value value) noexcept { RegCloseKey(value); }
-};
-using CUniqueRegistryKey = CUnique<RegistryKeyTraits>;
-
-struct ModuleTraits {
-    using Value = HMODULE;
-    static Value Invalid() noexcept { return nullptr; }
-    static void Close(Value value) noexcept { FreeLibrary(value); }
-};
-using CUniqueModule = CUnique<ModuleTraits>;
-
-struct IconTraits {
-    using Value = HICON;
-    static Value Invalid() noexcept { return nullptr; }
-    static void Close(Value value) noexcept { DestroyIcon(value); }
-};
-using CUniqueIcon = CUnique<IconTraits>;
-
-struct BitmapTraits {
-    using Value = HBITMAP;
-    static Value Invalid() noexcept { return nullptr; }
-    static void Close(Value value) noexcept { DeleteObject(value); }
-};
-using CUniqueBitmap = CUnique<BitmapTraits>;
-
-struct MenuTraits {
-    using Value = HMENU;
-    static Value Invalid() noexcept { return nullptr; }
-    static void Close(Value value) noexcept { DestroyMenu(value); }
-};
-using CUniqueMenu = CUnique<MenuTraits>;
-
 /// What a function of the shell or of COM hands out for CoTaskMemFree: paths, lists, names.
 template <class T>
-struct TaskMemoryTraits {
-    using Value = T*;
-    static Value Invalid() noexcept { return nullptr; }
-    static void Close(Value value) noexcept { CoTaskMemFree(value); }
-};
-template <class T>
-using CUniqueTaskMemory = CUnique<TaskMemoryTraits<T>>;
+using CUniqueTaskMemory = CUnique<CPointerTraits<T, CoTaskMemFree>>;
 
 }  // namespace tarnwell

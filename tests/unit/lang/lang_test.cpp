@@ -2,145 +2,165 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <miniz.h>
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "common/system/lang/catalogue.h"
 #include "support/temp_folder.h"
 #include "support/trace_listener.h"
-#include "zip_archive.h"
 
 namespace tarnwell {
 namespace {
 
+using namespace std::string_view_literals;
 using test::CTempFolder;
 using test::CTraceListener;
 using test::Utf16;
-using test::Zip;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
-std::string Archive() {
-    return Zip({{"scripts/language.en.js", R"(x={"tarnwellDLL":{"sign":"Sign"}})"},
-                {"scripts/language.fr.js", R"(x={"tarnwellDLL":{"sign":"Sign\u00e9"}})"},
-                {"scripts/language.pl.js", R"(x={"tarnwellDLL":)"}});
+/// Zip gives the bytes of a zip file with `entries` (name, content), packed.
+std::string Zip(std::initializer_list<std::pair<std::string, std::string>> entries) {
+    mz_zip_archive zip = {};
+    void* block = nullptr;
+    std::size_t size = 0;
+    bool made = mz_zip_writer_init_heap(&zip, 0, 0);
+    for (const auto& [name, content] : entries)
+        made = made && mz_zip_writer_add_mem(&zip, name.c_str(), content.data(), content.size(),
+                                             MZ_DEFAULT_COMPRESSION);
+    if (!made || !mz_zip_writer_finalize_heap_archive(&zip, &block, &size))
+        throw std::runtime_error("cannot make the test's archive");
+    std::string archive(static_cast<const char*>(block), size);
+    mz_free(block);
+    mz_zip_writer_end(&zip);
+    return archive;
 }
 
-void Choose(Lang& lang, std::u16string names) {
-    names.push_back(u'\0');
-    lang.UseLanguages(names);
+constexpr const char* kEntry = "scripts/language.fr.js";
+constexpr const char* kScript =
+    R"(var x = {"tarnwellDLL": {"sign": "Signer", "n": 5, "list": ["x"]}, "": {"": "rien"}};)";
+
+std::optional<CJSValueOwner> Read(const std::string& archive) {
+    return ReadCatalogue({reinterpret_cast<const unsigned char*>(archive.data()), archive.size()},
+                         kEntry);
 }
 
-TEST(Lang, AnswersUndefinedBeforeACatalogueIsLoaded) {
-    const Lang lang;
-    EXPECT_EQ(lang["tarnwellDLL.sign"], "Undefined");
-    EXPECT_STREQ(lang.Language(), "en");
+TEST(ChooseLanguage, TakesTheFirstNameThatIsSupported) {
+    EXPECT_STREQ(ChooseLanguage(u"de-DE\0fr-CA\0en-US\0\0"sv), "fr");
+    EXPECT_STREQ(ChooseLanguage(u"zh-Hans-CN\0en\0fr\0\0"sv), "en");
+    EXPECT_STREQ(ChooseLanguage(u"es-419\0\0"sv), "es");
+    EXPECT_STREQ(ChooseLanguage(u"de\0pl-PL"sv), "pl") << "a list without its end";
+    for (const std::u16string_view names :
+         {u"f\0\0"sv, u"fr_FR\0\0"sv, u"FR-fr\0\0"sv, u"fra-FR\0\0"sv, u"\u0166r-FR\0\0"sv,
+          u"de-DE\0\0fr\0\0"sv, u""sv})
+        EXPECT_EQ(ChooseLanguage(names), nullptr) << std::string(names.begin(), names.end());
 }
 
-TEST(Lang, SpeaksTheChosenLanguage) {
-    const CTempFolder folder;
-    const CUTF16String path = Utf16(folder.Write("kestrix.bin", Archive()));
-    for (const auto& [name, text] : std::initializer_list<std::pair<const char16_t*, const char*>>{
-             {u"fr-FR", "Sign\xC3\xA9"}, {u"en-GB", "Sign"}, {u"de-DE", "Sign"}}) {
-        Lang lang;
-        Choose(lang, name);
-        EXPECT_TRUE(lang.Load(path));
-        EXPECT_EQ(lang["tarnwellDLL.sign"], text);
+TEST(ReadCatalogue, WithoutAnObjectAtTheFirstBraceIsUndefinedAndRead) {
+    for (const char* script : {"", "[1, 2]", "x = {\"a\": -1}", "// {not this\nx = {}"}) {
+        const auto undefined = Read(Zip({{kEntry, script}}));
+        ASSERT_TRUE(undefined) << script;
+        EXPECT_TRUE((*undefined)->IsUndefined()) << script;
     }
 }
 
-TEST(Lang, SaysWhenItFallsBackToEnglish) {
+TEST(ReadCatalogue, RefusesWhatIsNoArchiveOrNoEntryOrTooLarge) {
+    const std::string archive = Zip({{kEntry, kScript}});
+    std::string damaged = archive;
+    damaged[30 + std::string_view(kEntry).size() + 20] ^= 0x10;
+    std::string understated = archive;
+    understated.replace(understated.find("PK\1\2") + 24, 4, "\3\0\0\0"sv);
+    const std::string largest = "{}" + std::string(kMaxCatalogueBytes - 2, ' ');
+    EXPECT_TRUE(Read(Zip({{kEntry, largest}})));
+
     const CTraceListener trace;
-    Lang lang;
-    Choose(lang, u"fr");
-    EXPECT_THAT(trace.Messages(), IsEmpty());
-    lang.UseLanguages({});
-    EXPECT_THAT(trace.Messages(), ElementsAre("Geting the fallback language"));
-    EXPECT_EQ(lang.Language(), kSupportedLanguages[0]);
+    EXPECT_FALSE(Read(Zip({{kEntry, largest + " "}})));
+    EXPECT_FALSE(Read(Zip({{"scripts/language.en.js", kScript}})));
+    EXPECT_FALSE(Read(damaged));
+    EXPECT_FALSE(Read(understated)) << "it claims 3 bytes";
+    EXPECT_THAT(trace.Messages(), ElementsAre());
+    for (const std::string& bytes : {std::string(), archive.substr(0, 100), archive.substr(1)})
+        EXPECT_FALSE(Read(bytes));
+    const std::string message = "Kestrix resources extraction failed";
+    EXPECT_THAT(trace.Messages(), ElementsAre(message, message, message));
 }
 
-TEST(Lang, SaysWhenTheArchiveCannotBeRead) {
+TEST(LookUpText, FollowsTheDots) {
+    const auto root = Read(Zip({{"other.js", "{}"}, {kEntry, kScript}, {"last", "x"}}));
+    ASSERT_TRUE(root);
+    EXPECT_EQ(LookUpText(**root, "tarnwellDLL.sign"), "Signer");
+    EXPECT_EQ(LookUpText(**root, "."), "rien") << "keys may be empty";
+    for (const char* noText : {"tarnwellDLL", "tarnwellDLL.n", "tarnwellDLL.list", ""})
+        EXPECT_EQ(LookUpText(**root, noText), "") << noText;
+    for (const char* absent :
+         {"tarnwellDLL.missing", "tarnwellDLL.Sign", "tarnwellDLL.sign.more", "missing.sign", ".."})
+        EXPECT_EQ(LookUpText(**root, absent), "Undefined") << absent;
+}
+
+std::filesystem::path WriteArchive(const CTempFolder& folder, const std::string& english = "Sign") {
+    return folder.Write(
+        "kestrix.bin",
+        Zip({{"scripts/language.en.js", R"(x={"tarnwellDLL":{"sign":")" + english + "\"}}"},
+             {"scripts/language.fr.js", R"(x={"tarnwellDLL":{"sign":"Sign\u00e9"}})"},
+             {"scripts/language.pl.js", R"(x={"tarnwellDLL":)"}}));
+}
+
+TEST(Lang, SpeaksTheChosenLanguageOrEnglish) {
     const CTempFolder folder;
-    for (const auto& path : {folder / "missing.bin", folder.Path()}) {
-        const CTraceListener trace;
+    const CUTF16String path = Utf16(WriteArchive(folder));
+    CISOString english;
+    {
         Lang lang;
-        EXPECT_FALSE(lang.Load(Utf16(path)));
-        EXPECT_THAT(trace.Messages(), ElementsAre("Kestrix resources file reading failed"));
         EXPECT_EQ(lang["tarnwellDLL.sign"], "Undefined");
+        lang.UseLanguages(u"fr-FR");
+        EXPECT_TRUE(lang.Load(path));
+        EXPECT_EQ(lang["tarnwellDLL.sign"], "Sign\u00E9");
+        const CTraceListener trace;
+        lang.UseLanguages(u"de-DE");
+        EXPECT_THAT(trace.Messages(), ElementsAre("Geting the fallback language"));
+        EXPECT_TRUE(lang.Load(path));
+        english = lang["tarnwellDLL.sign"];
     }
-}
-
-TEST(Lang, RefusesAnArchiveThatIsTooLarge) {
-    const CTempFolder folder;
-    const auto path = folder.Write("kestrix.bin", Archive());
-    std::filesystem::resize_file(path, kMaxArchiveBytes + 1);
-    const CTraceListener trace;
-    Lang lang;
-    EXPECT_FALSE(lang.Load(Utf16(path)));
-    EXPECT_THAT(trace.Messages(), ElementsAre("Kestrix resources file reading failed"));
+    EXPECT_EQ(english, "Sign") << "a text outlives its catalogue";
 }
 
 TEST(Lang, AFailedLoadKeepsTheCatalogueAndASyntaxErrorDoesNot) {
     const CTempFolder folder;
-    const CUTF16String path = Utf16(folder.Write("kestrix.bin", Archive()));
-    Lang lang;
-    ASSERT_TRUE(lang.Load(path));
-    Choose(lang, u"es");
-    EXPECT_FALSE(lang.Load(path)) << "the archive has no Spanish";
-    EXPECT_FALSE(lang.Load(Utf16(folder / "missing")));
-    EXPECT_EQ(lang["tarnwellDLL.sign"], "Sign");
-    Choose(lang, u"pl");
-    EXPECT_TRUE(lang.Load(path));
-    EXPECT_EQ(lang["tarnwellDLL.sign"], "Undefined");
-}
-
-TEST(Lang, ReadsTheArchiveAfreshAtEachLoad) {
-    const CTempFolder folder;
-    const auto path = folder.Write("kestrix.bin", Archive());
+    const std::filesystem::path path = WriteArchive(folder);
+    const std::filesystem::path large = folder.Write("large.bin", "");
+    std::filesystem::resize_file(large, kMaxArchiveBytes + 1);
     Lang lang;
     ASSERT_TRUE(lang.Load(Utf16(path)));
-    folder.Write("kestrix.bin",
-                 Zip({{"scripts/language.en.js", R"({"tarnwellDLL":{"sign":"New"}})"}}));
-    EXPECT_EQ(lang["tarnwellDLL.sign"], "Sign");
-    ASSERT_TRUE(lang.Load(Utf16(path)));
-    EXPECT_EQ(lang["tarnwellDLL.sign"], "New");
-    EXPECT_TRUE(std::filesystem::remove(path)) << "the archive is still open";
-}
-
-TEST(Lang, TracesEveryLookup) {
-    const CTraceListener trace;
-    const Lang lang;
-    static_cast<void>(lang["a.b"]);
-    EXPECT_THAT(trace.Lines(), ElementsAre("enter Lang::operator[]", "leave Lang::operator[]"));
-}
-
-TEST(Lang, ATextOutlivesTheCatalogue) {
-    const CTempFolder folder;
-    const CUTF16String path = Utf16(folder.Write("kestrix.bin", Archive()));
-    CISOString text;
-    {
-        Lang lang;
-        ASSERT_TRUE(lang.Load(path));
-        text = lang["tarnwellDLL.sign"];
+    WriteArchive(folder, "New");
+    for (const auto& unreadable : {folder / "missing.bin", folder.Path(), large}) {
+        const CTraceListener trace;
+        EXPECT_FALSE(lang.Load(Utf16(unreadable)));
+        EXPECT_THAT(trace.Messages(), ElementsAre("Kestrix resources file reading failed"));
     }
-    EXPECT_EQ(text, "Sign");
+    lang.UseLanguages(u"es");
+    EXPECT_FALSE(lang.Load(Utf16(path))) << "the archive has no Spanish";
+    EXPECT_EQ(lang["tarnwellDLL.sign"], "Sign");
+    lang.UseLanguages(u"en");
+    EXPECT_TRUE(lang.Load(Utf16(path)));
+    EXPECT_EQ(lang["tarnwellDLL.sign"], "New") << "the archive is read afresh";
+    lang.UseLanguages(u"pl");
+    EXPECT_TRUE(lang.Load(Utf16(path)));
+    const CTraceListener trace;
+    EXPECT_EQ(lang["tarnwellDLL.sign"], "Undefined");
+    EXPECT_THAT(trace.Lines(), ElementsAre("enter Lang::operator[]", "leave Lang::operator[]"));
+    EXPECT_TRUE(std::filesystem::remove(path)) << "the archive is still open";
 }
 
 TEST(ArchivePathOf, FollowsTheModuleToThe32BitInstallation) {
     const ProgramFilesFolders folders = {u"C:\\Program Files", u"C:\\Program Files (x86)"};
-    const struct {
-        const char16_t* module;
-        const char16_t* archive;
-    } cases[] = {
-        {u"C:\\Program Files\\X\\x64\\bin\\ext.dll",
-         u"C:\\Program Files (x86)\\X\\x64\\bin\\..\\resources\\kestrix.bin"},
-        {u"D:\\x64\\b\\x64\\ext.dll", u"D:\\win32\\b\\x64\\..\\resources\\kestrix.bin"},
-        {u"D:\\a\\x64.dll", u"D:\\a\\..\\resources\\kestrix.bin"},
-        {u"ext.dll", u"\\..\\resources\\kestrix.bin"},
-    };
-    for (const auto& expected : cases)
-        EXPECT_EQ(ArchivePathOf(expected.module, folders), expected.archive);
+    EXPECT_EQ(ArchivePathOf(u"C:\\Program Files\\X\\x64\\bin\\ext.dll", folders),
+              u"C:\\Program Files (x86)\\X\\x64\\bin\\..\\resources\\kestrix.bin");
+    EXPECT_EQ(ArchivePathOf(u"D:\\x64\\b\\x64\\ext.dll", folders),
+              u"D:\\win32\\b\\x64\\..\\resources\\kestrix.bin");
+    EXPECT_EQ(ArchivePathOf(u"ext.dll", folders), u"\\..\\resources\\kestrix.bin");
 }
 
 }  // namespace

@@ -1,14 +1,12 @@
 // Whole PKCS#7 files: everything that the handlers ask of one, without a disk.
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <vector>
 
 #include "common/crypto/asn1_time.h"
 #include "common/crypto/certificate_label.h"
 #include "common/crypto/pkcs7_file.h"
 #include "common/crypto/pkcs7_request.h"
+#include "fuzz_support.h"
 
 namespace {
 
@@ -17,17 +15,12 @@ using namespace tarnwell;
 /// Larger files say nothing new and take their time.
 constexpr std::size_t kMaxSize = 64 << 10;
 
-void Check(bool condition) {
-    if (!condition)
-        std::abort();
-}
-
 template <class Call>
 void Try(Call&& call) {
     try {
         call();
     } catch (CPKCS7_ERROR code) {
-        Check(ErrorNames(code).Length() > 0);
+        Require(ErrorNames(code).Length() > 0);
     }
 }
 
@@ -39,7 +32,7 @@ void LookAt(const SignerInfo& signer) {
         GetNameLabel(X509_get_issuer_name(signer.certificate));
         SerialHex(signer.certificate);
     }
-    Check(!signer.verified || signer.certificate);
+    Require(!signer.verified || signer.certificate);
 }
 
 /// A file read in pieces must parse as the same bytes in memory do.
@@ -47,15 +40,15 @@ void CompareWithPieces(const std::vector<unsigned char>& file, PKCS7* whole) {
     const auto place = FindContent(file, file.size());
     if (!place)
         return;
-    Check(place->offset <= file.size() && place->length <= file.size() - place->offset);
+    Require(place->offset <= file.size() && place->length <= file.size() - place->offset);
     std::vector<unsigned char> rest = place->start;
     rest.insert(rest.end(),
                 file.begin() + static_cast<std::ptrdiff_t>(place->offset + place->length),
                 file.end());
     const CUniquePkcs7 pieces = LoadPkcs7(rest);
-    Check(static_cast<bool>(pieces) == (whole != nullptr));
+    Require(static_cast<bool>(pieces) == (whole != nullptr));
     if (pieces)
-        Check(pieces.Get()->d.sign->contents->d.data->length == 0);
+        Require(pieces.Get()->d.sign->contents->d.data->length == 0);
 }
 
 }  // namespace
@@ -71,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     CPKCS7Request request(std::move(parsed));
     const CPKCS7_TYPE type = request->GetType();
-    Check(request->IsOnlySigned() == (type == CPKCS7_TYPE::SIGN));
+    Require(request->IsOnlySigned() == (type == CPKCS7_TYPE::SIGN));
     Try([&] {
         const CUniqueSignerList signers = request->GetSigners(nullptr, nullptr);
         for (const auto& signer : *signers.Get())

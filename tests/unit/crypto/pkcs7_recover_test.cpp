@@ -150,6 +150,18 @@ TEST(CPKCS7_Recover, OpensForeignEncryptedFilesWithTheRecipientsKey) {
     }
 }
 
+TEST(CPKCS7_Recover, AKeyThatIsNotTheCertificatesIsRefusedBeforeAnythingIsRead) {
+    const Recipient recipient("r1");
+    const Recipient stranger("r2");
+    const CTempFolder folder;
+    CPKCS7Request file(Utf16(folder.Write("a.txt.p7m", CorpusBytes("hand-env-1.p7m"))));
+    EXPECT_THROW(
+        file->Build_recover(recipient.certificate.Get(), Share(stranger.key.Get()).Release()),
+        CPKCS7_ERROR);
+    EXPECT_NO_THROW(
+        file->Build_recover(recipient.certificate.Get(), Share(recipient.key.Get()).Release()));
+}
+
 TEST(CPKCS7_Recover, ADamagedContentIsNotWritten) {
     const Recipient recipient("r1");
     std::string bytes = CorpusBytes("hand-env-1.p7m");

@@ -1,12 +1,10 @@
 // Drop lists: any block is read inside its bounds, and what is read is what stands there.
 
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <memory>
-#include <span>
 #include <string>
 
+#include "fuzz_support.h"
 #include "tarnwell/core/drop_list.h"
 
 using namespace tarnwell;
@@ -18,8 +16,7 @@ std::string Rebuilt(const CDropList& list) {
     std::string bytes;
     const auto end = [&] { bytes.append(list.IsWide() ? 2 : 1, '\0'); };
     list.ForEach([&](const DropName& name) {
-        if (name.path.IsEmpty())
-            __builtin_trap();
+        Require(!name.path.IsEmpty());
         for (const char16_t unit : name.path.AsView()) {
             bytes += static_cast<char>(unit & 0xFF);
             if (list.IsWide())
@@ -44,9 +41,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string bytes = Rebuilt(*list);
     const std::size_t offset =
         data[0] | data[1] << 8 | data[2] << 16 | static_cast<std::size_t>(data[3]) << 24;
-    if (offset > size || bytes.size() > size - offset ||
-        bytes.compare(0, bytes.size(), reinterpret_cast<const char*>(data) + offset,
-                      bytes.size()) != 0)
-        __builtin_trap();
+    Require(offset <= size && TextOf(data + offset, size - offset).starts_with(bytes));
     return 0;
 }

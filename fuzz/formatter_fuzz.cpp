@@ -2,28 +2,15 @@
 // argument (a number where it is decimal digits). The expansion never fails, the 8-bit and the
 // UTF-16 formatter agree on plain text, and what the conversions make of any bytes is well-formed.
 
-#include <cstdint>
-#include <cstdlib>
-#include <string_view>
+#include <algorithm>
 
 #include "common/system/text/convert.h"
 #include "common/system/text/format.h"
+#include "fuzz_support.h"
 
 using namespace tarnwell;
 
 namespace {
-
-bool IsAscii(std::string_view text) {
-    for (const char unit : text)
-        if (static_cast<unsigned char>(unit) > 0x7F)
-            return false;
-    return true;
-}
-
-void Require(bool held) {
-    if (!held)
-        std::abort();
-}
 
 std::string_view TakeLine(std::string_view& rest) {
     const std::size_t end = rest.find('\n');
@@ -35,7 +22,7 @@ std::string_view TakeLine(std::string_view& rest) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view input(reinterpret_cast<const char*>(data), size);
+    const std::string_view input = TextOf(data, size);
     std::string_view rest = input;
     const std::string_view text = TakeLine(rest);
     CTFmtArgs<CISOEncoding> arguments;
@@ -43,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::size_t longest = 39;
     while (!rest.empty() && arguments.Count() < 12) {
         const std::string_view line = TakeLine(rest);
-        longest = line.size() > longest ? line.size() : longest;
+        longest = std::max(longest, line.size());
         if (const auto number = ParseUnsigned(line)) {
             arguments.Add(*number);
             wideArguments.Add(*number);
@@ -60,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const CISOString expanded = arguments.Format(text);
     Require(expanded.Length() <= text.size() * (longest + 1));
     const CUTF16String wide = wideArguments.Format(Utf16FromUtf8(text));
-    if (IsAscii(input))
+    if (std::all_of(data, data + size, [](std::uint8_t unit) { return unit < 0x80; }))
         Require(Utf8FromUtf16(wide) == expanded);
 
     const CUTF16String once = Utf16FromUtf8(input);

@@ -1,27 +1,21 @@
 // The catalogue's JSON reader over arbitrary bytes: it stays inside its text, and the tree it gives
 // answers every question consistently.
 
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 #include "common/system/json/js_parser.h"
+#include "fuzz_support.h"
 
 namespace {
 
-using tarnwell::CJSValue;
+using namespace tarnwell;
 
 // Looking up every member of a large object takes quadratic time.
 constexpr std::size_t kLookups = 64;
 
-void Require(bool holds) {
-    if (!holds)
-        std::abort();
-}
-
 void Walk(const CJSValue& value, int depth) {
-    Require(depth <= 2 * tarnwell::kMaxJSDepth);
+    Require(depth <= 2 * kMaxJSDepth);
     const auto text = value.StringValue();
     Require(text.CStr()[text.Length()] == '\0');
     std::vector<unsigned char> bytes;
@@ -35,12 +29,12 @@ void Walk(const CJSValue& value, int depth) {
     Require(value.Element(SIZE_MAX).IsUndefined());
     for (std::size_t i = 0; i < count; ++i) {
         const CJSValue& element = value.Element(i);
-        const auto* const member = dynamic_cast<const tarnwell::CJSKeyedValue*>(&element);
+        const auto* const member = dynamic_cast<const CJSKeyedValue*>(&element);
         if (member != nullptr && i < kLookups) {
             const auto key = member->Key();
             const CJSValue& found = value.Member(key);
             Require(!found.IsUndefined() && found.Key() == key);
-            if (tarnwell::DecodeHex(key, bytes))
+            if (DecodeHex(key, bytes))
                 Require(!value.MemberByBytes(bytes).IsUndefined());
         }
         // A member answers as its value does: going on with the value walks each node once.
@@ -60,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const char* const end = text + size;
     for (const char* cursor = text; cursor < end;) {
         const char* const before = cursor;
-        Walk(*tarnwell::ParseJSValue(cursor, end), 0);
+        Walk(*ParseJSValue(cursor, end), 0);
         Require(cursor >= before && cursor <= end);
         if (cursor == before)
             ++cursor;

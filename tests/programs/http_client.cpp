@@ -13,33 +13,25 @@
 
 #include "common/system/net/http_request.h"
 
-namespace tarnwell {
+using namespace tarnwell;
+
 namespace {
 
-std::uint64_t Fnv1a(const ByteArray& bytes) {
+void Tell(const char* address, const char* form) try {
+    CHttpConnectionFactory factory;
+    const auto response = form ? PostForm(factory, CHttpUrl::Parse(address), form, true)
+                               : Get(factory, address, true);
     std::uint64_t hash = 0xCBF29CE484222325;
-    for (const std::uint8_t byte : bytes)
+    for (const std::uint8_t byte : response->ReadAll())
         hash = (hash ^ byte) * 0x100000001B3;
-    return hash;
-}
-
-void Tell(const char* address, const char* form) {
-    try {
-        CHttpConnectionFactory factory;
-        const auto response = form ? PostForm(factory, CHttpUrl::Parse(address), form, true)
-                                   : Get(factory, address, true);
-        const ByteArray& body = response->ReadAll();
-        std::printf("%u %s; %zu headers; body %zu bytes, fnv1a %016" PRIx64 "\n",
-                    response->StatusCode(), response->Reason().CStr(), response->Headers().size(),
-                    body.size(), Fnv1a(body));
-    } catch (const std::exception& error) {
-        std::printf("error %s\n", error.what());
-    }
-    (void)std::fflush(stdout);
+    std::printf("%u %s; %zu headers; body %zu bytes, fnv1a %016" PRIx64 "\n",
+                response->StatusCode(), response->Reason().CStr(), response->Headers().size(),
+                response->Body().size(), hash);
+} catch (const std::exception& error) {
+    std::printf("error %s\n", error.what());
 }
 
 }  // namespace
-}  // namespace tarnwell
 
 int main(int count, char** arguments) {
     constexpr std::string_view kForm = "--form=";
@@ -48,7 +40,6 @@ int main(int count, char** arguments) {
         if (std::string_view(arguments[i]).starts_with(kForm))
             form = arguments[i] + kForm.size();
         else
-            tarnwell::Tell(arguments[i], form);
+            Tell(arguments[i], form);
     }
-    return count > 1 ? 0 : 2;
 }

@@ -1,22 +1,16 @@
 #pragma once
 
-// A connection without a socket: it hands out prepared pieces, one a receive, and keeps what is
-// sent. Stands for a peer whose every packet boundary the test chooses.
+// A connection without a socket, and the wire behind it: what the peer sends and takes, in pieces
+// of the test's choice, and what it has got.
 
 #include <algorithm>
-#include <cstring>
-#include <deque>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "common/system/net/http_connection.h"
 
 namespace tarnwell::test {
 
-inline std::string Text(const CISOString& text) {
-    return std::string(text.AsView());
-}
 inline std::string Text(const ByteArray& bytes) {
     return std::string(bytes.begin(), bytes.end());
 }
@@ -27,91 +21,46 @@ std::string MessageOf(Call call) {
     try {
         call();
     } catch (const CHttpException& error) {
-        return Text(error.Message());
+        return std::string(error.Message().AsView());
     }
     return "nothing thrown";
 }
 
-/// What the connection has seen; outlives it.
+/// Outlives its connection.
 struct Wire {
-    std::string sent;
-    std::vector<std::uint32_t> receiveSizes;
+    std::string stream{};          // all that the peer sends
+    std::size_t piece = SIZE_MAX;  // a send or a receive moves at most so much; 0: sending fails
+    int failure = 0;               // the Winsock code in which both directions end, 0 for none
+    std::size_t received = 0;
+    std::string sent{};
     bool destroyed = false;
-    std::string connectedTo;
 };
 
 class CScriptedConnection : public CHttpConnection {
 public:
-    CScriptedConnection(Wire& wire, std::deque<std::string> pieces)
-        : CHttpConnection(CUniqueSocket()), m_wire(wire), m_pieces(std::move(pieces)) {}
+    explicit CScriptedConnection(Wire& wire) : CHttpConnection(CUniqueSocket()), m_wire(wire) {}
     ~CScriptedConnection() override { m_wire.destroyed = true; }
 
+    void Connect(const CHttpUrl&) override {}
     int Send(const void* bytes, std::uint32_t length) override {
-        if (m_sendLeft == 0) {
-            SetLastSocketError(m_failure);
-            return m_failure ? -1 : 0;
-        }
-        const std::uint32_t taken = std::min({length, m_sendPiece, m_sendLeft});
-        m_sendLeft -= taken;
-        m_wire.sent.append(static_cast<const char*>(bytes), taken);
-        return static_cast<int>(taken);
+        const auto count = std::min(std::size_t{length}, m_wire.piece);
+        m_wire.sent.append(static_cast<const char*>(bytes), count);
+        return Moved(count);
     }
-
     int Receive(void* buffer, std::uint32_t capacity) override {
-        m_wire.receiveSizes.push_back(capacity);
-        if (m_pieces.empty()) {
-            SetLastSocketError(m_failure);
-            return m_failure ? -1 : 0;
-        }
-        const std::string& piece = m_pieces.front();
-        const std::size_t taken = std::min<std::size_t>(capacity, piece.size() - m_offset);
-        std::memcpy(buffer, piece.data() + m_offset, taken);
-        m_offset += taken;
-        if (m_offset == piece.size()) {
-            m_pieces.pop_front();
-            m_offset = 0;
-        }
-        return static_cast<int>(taken);
-    }
-
-    void Connect(const CHttpUrl& url) override {
-        if (!url.valid)
-            throw CHttpException("Invalid URL format");
-        m_wire.connectedTo = Text(url.host) + ":" + std::to_string(url.port);
-    }
-
-    /// Each send takes at most `bytes`.
-    CScriptedConnection& SendsPieces(std::uint32_t bytes) {
-        m_sendPiece = bytes;
-        return *this;
-    }
-    /// Sending stops after `bytes`: with `error` (a Winsock code), or by taking nothing (0).
-    CScriptedConnection& SendsOnly(std::uint32_t bytes, int error) {
-        m_sendLeft = bytes;
-        m_failure = error;
-        return *this;
-    }
-    /// Receiving ends in `error` instead of the end of the stream.
-    CScriptedConnection& EndsWith(int error) {
-        m_failure = error;
-        return *this;
+        const auto most = std::min(std::size_t{capacity}, m_wire.piece);
+        const auto count = m_wire.stream.copy(static_cast<char*>(buffer), most, m_wire.received);
+        m_wire.received += count;
+        return Moved(count);
     }
 
 private:
-    Wire& m_wire;
-    std::deque<std::string> m_pieces;
-    std::size_t m_offset = 0;  // into the first piece
-    std::uint32_t m_sendPiece = ~0U;
-    std::uint32_t m_sendLeft = ~0U;
-    int m_failure = 0;
-};
+    int Moved(std::size_t count) const {
+        SetLastSocketError(m_wire.failure);
+        return count == 0 && m_wire.failure != 0 ? -1 : static_cast<int>(count);
+    }
 
-/// `text` cut into single bytes.
-inline std::deque<std::string> Dripped(const std::string& text) {
-    std::deque<std::string> pieces;
-    for (const char byte : text)
-        pieces.emplace_back(1, byte);
-    return pieces;
-}
+    Wire& m_wire;
+};
 
 }  // namespace tarnwell::test

@@ -338,8 +338,13 @@ TEST_F(ContextMenuTest, ThousandsOfFilesTakeTimeInProportion) {
         return SecondsFor([&] { round(block, count); });
     };
     // Ten times the files: in proportion it is a little more than 10, with the square 100. The
-    // limit lies between, because other programs disturb long runs more than short ones.
-    EXPECT_LE(secondsFor(5000) / secondsFor(500), 30);
+    // limit lies between and has several tries, because other programs disturb long runs more than
+    // short ones; none of them makes a slow one fast.
+    double ratio = 0;
+    for (int i = 0; i < 5 && (i == 0 || ratio > 30); ++i)
+        ratio = secondsFor(5000) / secondsFor(500);
+    RecordProperty("hundredfold_ratio", static_cast<int>(100 * ratio));
+    EXPECT_LE(ratio, 30);
     ReplaceTraceLibrary(listener);
 }
 

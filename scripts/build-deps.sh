@@ -145,7 +145,7 @@ fetch() {
             say "apt could not read the list of source packages; trying the file's usual place"
     fi
     mkdir -p "$sources" "$work/fetch"
-    version=$(APT_CONFIG=$folder/apt.conf version_with "$package" "$tarball" "$sum")
+    version=$(APT_CONFIG=$folder/apt.conf version_with "$package" "$tarball" "$sum") || true
     if [[ -n $version ]]; then
         (cd "$work/fetch" && APT_CONFIG=$folder/apt.conf \
             apt-get -q source --tar-only "$package=$version") >>"$work/apt.log" 2>&1 || true

@@ -5,8 +5,9 @@
 // Windows' sockets come before its other headers.
 #include <windows.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <string_view>
 
@@ -48,10 +49,7 @@ void Answer(std::string_view bytes) {
         request.append(buffer, static_cast<std::size_t>(count));
     }
     if (const wchar_t* log = _wgetenv(L"FAKE_MANAGER_LOG"))
-        if (FILE* file = _wfopen(log, L"wb")) {
-            std::fwrite(request.data(), 1, request.size(), file);
-            std::fclose(file);
-        }
+        std::ofstream(std::filesystem::path(log), std::ios::binary) << request;
     send(peer, bytes.data(), static_cast<int>(bytes.size()), 0);
     closesocket(peer);
 }

@@ -53,7 +53,7 @@ std::size_t HeapBytes() {
     std::vector<HANDLE> heaps(GetProcessHeaps(0, nullptr) + 8);
     heaps.resize(GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
     std::size_t bytes = 0;
-    for (const HANDLE heap : heaps) {
+    for (HANDLE heap : heaps) {
         HeapLock(heap);
         PROCESS_HEAP_ENTRY entry{};
         while (HeapWalk(heap, &entry))

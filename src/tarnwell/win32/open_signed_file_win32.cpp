@@ -7,8 +7,6 @@
 
 #include <openssl/crypto.h>
 
-#include <utility>
-
 // Windows last.
 #include <shellapi.h>
 
@@ -18,7 +16,7 @@ namespace {
 /// ShellExecuteW's results from here on mean that a program was started.
 constexpr std::intptr_t kFirstShellSuccess = 32;
 
-ResultCode RecoverAndOpen(CUTF16String path, ShellOpener open) {
+ResultCode RecoverAndOpen(const CUTF16String& path, ShellOpener open) {
     CPKCS7Request file(path);
     if (!file->IsOnlySigned()) {
         TraceString("The file is not only signed");
@@ -50,7 +48,7 @@ ResultCode OpenSignedFile(CUTF16String path, ShellOpener open) noexcept {
         StartOpenSsl();
         OPENSSL_init_crypto(OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr);
         OPENSSL_init_crypto(OPENSSL_INIT_ADD_ALL_CIPHERS | OPENSSL_INIT_ADD_ALL_DIGESTS, nullptr);
-        return RecoverAndOpen(std::move(path), open);
+        return RecoverAndOpen(path, open);
     } catch (...) {
         return kResultFailed;
     }

@@ -104,7 +104,7 @@ TEST_F(SendToServerTest, EveryKindOfManagerEndsAsDescribed) {
             lines.push_back(Masked(line));
         std::vector<std::string> expected{"enter SendToServer", OpeningLine()};
         expected.insert(expected.end(), each.lines.begin(), each.lines.end());
-        expected.push_back("leave SendToServer");
+        expected.emplace_back("leave SendToServer");
         EXPECT_EQ(lines, expected);
     }
 }

@@ -155,6 +155,7 @@ TEST(Module, MakesOneClassObjectAClassAndFreshObjects) {
 
 TEST(Module, CountsRightFromManyThreads) {
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([] {
             for (int round = 0; round < test::Size(2000, 100); ++round) {
@@ -224,7 +225,7 @@ TEST(Guard, BracketsTheCallAndReportsWhatWasThrown) {
         EXPECT_EQ(Guard("CX::Method", each.body), each.result);
         std::vector<std::string> bracketed{"enter CX::Method"};
         bracketed.insert(bracketed.end(), each.lines.begin(), each.lines.end());
-        bracketed.push_back("leave CX::Method");
+        bracketed.emplace_back("leave CX::Method");
         EXPECT_EQ(trace.Lines(), bracketed);
 
         trace.Clear();

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # A screen for programs that show something, and a camera for it. Sourced after lib.sh, not run.
 
 background='#e9edf2'

@@ -23,7 +23,7 @@ end_server() {
     # A service that was only starting misses the server's word, and would hold on to the caller's
     # output for good.
     for process in /proc/[0-9]*; do
-        if [[ $(readlink "$process/exe" 2>/dev/null) == *wine* ]] &&
+        if [[ $process/exe -ef $wine || $process/exe -ef $wineserver ]] &&
             grep -qzFx "WINEPREFIX=$1" "$process/environ" 2>/dev/null; then
             kill -KILL "${process#/proc/}" 2>/dev/null || true
         fi

@@ -3,10 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 
+#include "common/system/os/file_system.h"
 #include "common/system/text/convert.h"
 #include "support/temp_folder.h"
 
@@ -18,141 +19,172 @@ using test::CTempFolder;
 using test::ReadBytes;
 using test::Utf16;
 
-constexpr std::uint64_t kLimit = 1 << 20;
+/// The system's own files, with steps that fail where a test says so.
+class CFaultyFileSystem final : public CFileSystem {
+public:
+    /// Says of each step, by its name, whether it fails.
+    std::function<bool(std::string_view)> fails = [](std::string_view) { return false; };
+    int openFiles = 0;
 
-std::string Text(const CFileBytes& bytes) {
+    std::unique_ptr<COpenFile> OpenToRead(const CUTF16String& path) override {
+        return Wrap(Native().OpenToRead(path));
+    }
+    std::unique_ptr<COpenFile> CreateNew(const CUTF16String& path, const CUTF16String& target,
+                                         bool& taken) override {
+        taken = fails("name");
+        return taken || fails("create") ? nullptr : Wrap(Native().CreateNew(path, target, taken));
+    }
+    std::unique_ptr<COpenFile> OpenToWrite(const CUTF16String& path, bool& created) override {
+        return fails("open") ? nullptr : Wrap(Native().OpenToWrite(path, created));
+    }
+    bool IsReplaceable(const CUTF16String& path) override { return Native().IsReplaceable(path); }
+    bool Replace(const CUTF16String& from, const CUTF16String& to) override {
+        EXPECT_EQ(openFiles, 0);
+        EXPECT_EQ(fs::path(from.AsView()).parent_path(), fs::path(to.AsView()).parent_path());
+        return !fails("replace") && Native().Replace(from, to);
+    }
+    void Remove(const CUTF16String& path) override { Native().Remove(path); }
+
+private:
+    class CFile final : public COpenFile {
+    public:
+        CFile(CFaultyFileSystem& system, std::unique_ptr<COpenFile> file)
+            : m_system(system), m_file(std::move(file)) {
+            ++m_system.openFiles;
+        }
+        ~CFile() override { --m_system.openFiles; }
+
+        std::optional<std::uint64_t> Length() const noexcept override {
+            return *m_file->Length() + (m_system.fails("claim more") ? 5 : 0);
+        }
+        std::size_t Read(std::span<unsigned char> bytes) noexcept override {
+            return m_file->Read(bytes);
+        }
+        bool Write(std::span<const unsigned char> bytes) noexcept override {
+            return !m_system.fails("write") && m_file->Write(bytes);
+        }
+        bool Flush() noexcept override { return !m_system.fails("flush") && m_file->Flush(); }
+        bool SetLength(std::uint64_t length) noexcept override {
+            return !m_system.fails("set length") && m_file->SetLength(length);
+        }
+
+    private:
+        CFaultyFileSystem& m_system;
+        const std::unique_ptr<COpenFile> m_file;
+    };
+
+    std::unique_ptr<COpenFile> Wrap(std::unique_ptr<COpenFile> file) {
+        return file ? std::make_unique<CFile>(*this, std::move(file)) : nullptr;
+    }
+};
+
+bool Write(const CUTF16String& path, std::string_view text,
+           CFileSystem& system = CFileSystem::Native()) {
+    return WriteWholeFile(system, path,
+                          {reinterpret_cast<const unsigned char*>(text.data()), text.size()});
+}
+
+std::string Read(const CUTF16String& path, std::uint64_t limit = 1 << 20,
+                 CFileSystem& system = CFileSystem::Native()) {
+    const CFileBytes bytes = ReadWholeFile(system, path, limit);
     return {reinterpret_cast<const char*>(bytes.Data()), bytes.Size()};
 }
 
-std::span<const unsigned char> Bytes(std::string_view text) {
-    return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
+std::ptrdiff_t CountIn(const CTempFolder& folder) {
+    return std::distance(fs::directory_iterator(folder.Path()), fs::directory_iterator());
 }
 
-std::string MessageOf(const CUTF16String& path, std::uint64_t limit = kLimit) {
-    try {
-        ReadWholeFile(path, limit);
-        return "(read)";
-    } catch (const CException& exception) {
-        return exception.what();
-    }
-}
-
-std::string EveryByte() {
-    std::string bytes;
-    for (int i = 0; i < 256 * 300; ++i)
-        bytes.push_back(static_cast<char>(i));
-    return bytes;
-}
-
-/// How many things lie in a folder: one more than expected is a file left behind.
-std::ptrdiff_t CountIn(const fs::path& folder) {
-    return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
-}
-
-/// A path of more than 260 units in `folder`, its own folders made.
-CUTF16String LongPath(const CTempFolder& folder) {
-    CUTF16String path = Utf16(folder.Path());
-    constexpr char16_t separator = fs::path::preferred_separator;
-    for (int i = 0; i < 3; ++i) {
-        path.AppendUnit(separator);
-        path += std::u16string(100, u'n');
-        fs::create_directory(fs::path(path.AsView()));
-    }
-    path.AppendUnit(separator);
-    return path + u"a.p7";
-}
-
-TEST(ReadWholeFile, GivesEveryByte) {
-    const CTempFolder folder;
-    EXPECT_EQ(Text(ReadWholeFile(Utf16(folder.Write("a b.p7", EveryByte())), kLimit)), EveryByte());
-    EXPECT_EQ(ReadWholeFile(Utf16(folder.Write("empty", "")), kLimit).Size(), 0U);
-    EXPECT_EQ(Text(ReadWholeFile(Utf16(folder.Write("\xC3\xA9\xF0\x9F\x94\x92.p7", "x")), kLimit)),
-              "x");
-}
-
-TEST(ReadWholeFile, TellsWhichFileItCouldNotOpen) {
-    const CTempFolder folder;
-    for (const CUTF16String& path :
-         {Utf16(folder / "missing\xC3\xA9"), Utf16(folder.Path()), CUTF16String(),
-          Utf16(folder.Write("file", "x")) + std::u16string_view(u"\0.p7", 4)}) {
-        const std::string expected =
-            "reading '" + std::string(Utf8FromUtf16(path).AsView()) + "' failed!";
-        EXPECT_EQ(MessageOf(path), expected.c_str());
-    }
-}
-
-TEST(ReadWholeFile, RefusesAFileThatIsTooLong) {
-    const CTempFolder folder;
-    const CUTF16String path = Utf16(folder.Write("a", "12345"));
-    EXPECT_EQ(ReadWholeFile(path, 5).Size(), 5U);
-    EXPECT_THROW(ReadWholeFile(path, 4), EFileTooLarge);
-    EXPECT_THROW(ReadWholeFile(path, 0), EFileTooLarge);
-    EXPECT_EQ(MessageOf(path, 4), "reading '" + std::string(Utf8FromUtf16(path).AsView()) +
-                                      "' failed: it is longer than 4 bytes");
-}
-
-TEST(ReadWholeFile, LeavesTheFileToOthers) {
-    const CTempFolder folder;
-    const fs::path path = folder.Write("a", "old");
-    std::ofstream writer(path, std::ios::binary | std::ios::app);
-    EXPECT_EQ(Text(ReadWholeFile(Utf16(path), kLimit)), "old");
-    writer.close();
-    EXPECT_TRUE(fs::remove(path));
-}
-
-TEST(WholeFile, PathsBeyond260UnitsAreWrittenAndRead) {
-    const CTempFolder folder;
-    const CUTF16String path = LongPath(folder);
-    ASSERT_GT(path.Length(), 300U);
-    EXPECT_TRUE(WriteWholeFile(path, Bytes("first")));
-    EXPECT_TRUE(WriteWholeFile(path, Bytes("second")));
-    EXPECT_EQ(Text(ReadWholeFile(path, kLimit)), "second");
-}
-
-TEST(CFileBytes, MovesAndGivesBack) {
-    const CTempFolder folder;
-    CFileBytes first = ReadWholeFile(Utf16(folder.Write("a", "abc")), kLimit);
-    CFileBytes second = std::move(first);
-    EXPECT_TRUE(first.IsEmpty());
-    EXPECT_EQ(Text(second), "abc");
-    first = std::move(second);
-    EXPECT_TRUE(second.IsEmpty());
-    EXPECT_EQ(first.AsSpan().size(), 3U);
-    first.Reset();
-    EXPECT_TRUE(first.IsEmpty());
-    EXPECT_EQ(first.Data(), nullptr);
-}
-
-TEST(WriteWholeFile, MakesAndReplacesAFile) {
-    const CTempFolder folder;
-    const fs::path path = folder / "r\xC3\xA9port.pdf";
-    for (const std::string& content : {EveryByte(), std::string("shorter"), std::string()}) {
-        EXPECT_TRUE(WriteWholeFile(Utf16(path), Bytes(content)));
-        EXPECT_EQ(ReadBytes(path), content);
-        EXPECT_EQ(CountIn(folder.Path()), 1);
-    }
-}
-
-TEST(WriteWholeFile, WritesARelativePath) {
+TEST(WholeFile, HoldsExactlyItsBytesWhateverItsPath) {
     const CTempFolder folder;
     const fs::path before = fs::current_path();
     fs::current_path(folder.Path());
-    EXPECT_TRUE(WriteWholeFile(u"plain", Bytes("x")));
-    EXPECT_EQ(Text(ReadWholeFile(u"plain", kLimit)), "x");
-    EXPECT_EQ(CountIn(folder.Path()), 1);
+    fs::path longPath = folder.Path();
+    for (int i = 0; i < 3; ++i) {
+        longPath /= std::string(100, 'n');
+        fs::create_directory(longPath);
+    }
+    std::string everyByte;
+    for (int i = 0; i < 256 * 300; ++i)
+        everyByte.push_back(static_cast<char>(i));
+    for (const CUTF16String& path :
+         {CUTF16String(u"relative"), Utf16(folder / "a \u00E9\U0001F512"),
+          Utf16(longPath / "a.p7")})
+        for (const std::string& content : {std::string("longer"), std::string(), everyByte}) {
+            EXPECT_TRUE(Write(path, content));
+            EXPECT_EQ(Read(path), content);
+        }
     fs::current_path(before);
+    EXPECT_EQ(ReadBytes(folder / "relative"), everyByte);
+    EXPECT_EQ(CountIn(folder), 3);
+}
+
+TEST(ReadWholeFile, TellsWhichFileItCouldNotReadAndWhy) {
+    const CTempFolder folder;
+    const CUTF16String file = Utf16(folder.Write("file", "12345"));
+    const CUTF16String cut = file + std::u16string_view(u"\0.p7", 4);
+    for (const CUTF16String& path :
+         {Utf16(folder / "missing\u00E9"), Utf16(folder.Path()), CUTF16String(), cut, file}) {
+        const std::string reading = "reading '" + std::string(Utf8FromUtf16(path).AsView());
+        const char* const why = path == file ? "' failed: it is longer than 4 bytes" : "' failed!";
+        try {
+            ADD_FAILURE() << Read(path, 4);
+        } catch (const CException& exception) {
+            EXPECT_STREQ(exception.what(), (reading + why).c_str());
+        }
+    }
+    EXPECT_EQ(Read(file, 5), "12345");
+    CFaultyFileSystem system;
+    system.fails = [](std::string_view step) { return step == "claim more"; };
+    EXPECT_EQ(Read(file, 10, system), std::string("12345\0\0\0\0\0", 10));
+    EXPECT_EQ(system.openFiles, 0);
+}
+
+TEST(WriteWholeFile, AnyOneFailingStepLeavesTheOldContentOrAllOfTheNew) {
+    const std::string newContent = "new content, which is longer";
+    for (const std::string old : {"", "old"})
+        for (const bool folderTakesFiles : {true, false})
+            for (int failing = 0, step = 1; step > failing; ++failing) {
+                SCOPED_TRACE(testing::Message() << old << folderTakesFiles << failing);
+                const CTempFolder folder;
+                const fs::path path = old.empty() ? folder / "a" : folder.Write("a", old);
+                CFaultyFileSystem system;
+                step = 0;
+                system.fails = [&](std::string_view name) {
+                    return (name == "create" && !folderTakesFiles) ||
+                           (name != "claim more" && name != "name" && step++ == failing);
+                };
+                // One fault beside the file is made good by writing the file itself.
+                const bool written = Write(Utf16(path), newContent, system);
+                EXPECT_EQ(written, folderTakesFiles || step <= failing);
+                const std::string left = fs::exists(path) ? ReadBytes(path) : "";
+                EXPECT_TRUE(left == newContent || (!written && left == old)) << left;
+                EXPECT_EQ(CountIn(folder), left.empty() ? 0 : 1);
+                EXPECT_EQ(system.openFiles, 0);
+            }
+}
+
+TEST(WriteWholeFile, TakesAnotherNameWhereOneIsTaken) {
+    const CTempFolder folder;
+    CFaultyFileSystem system;
+    int taken = 5;
+    system.fails = [&](std::string_view step) {
+        return step == "open" || (step == "name" && taken-- > 0);
+    };
+    EXPECT_TRUE(Write(Utf16(folder / "a"), "new", system));
+    taken = 1000;
+    EXPECT_FALSE(Write(Utf16(folder / "a"), "newer", system));
+    EXPECT_EQ(ReadBytes(folder / "a"), "new");
 }
 
 TEST(WriteWholeFile, WhereNothingCanBeWrittenItSaysSo) {
     const CTempFolder folder;
     folder.Write("folder/inside", "kept");
-    EXPECT_FALSE(WriteWholeFile(Utf16(folder / "folder"), Bytes("x")));
-    EXPECT_FALSE(WriteWholeFile(Utf16(folder / "missing/file"), Bytes("x")));
-    EXPECT_FALSE(WriteWholeFile(u"", Bytes("x")));
-    EXPECT_FALSE(
-        WriteWholeFile(Utf16(folder / "cut") + std::u16string_view(u"\0.txt", 5), Bytes("x")));
+    for (const CUTF16String& path :
+         {Utf16(folder / "folder"), Utf16(folder / "missing/file"), CUTF16String(),
+          Utf16(folder / "cut") + std::u16string_view(u"\0.txt", 5)})
+        EXPECT_FALSE(Write(path, "x"));
     EXPECT_EQ(ReadBytes(folder / "folder/inside"), "kept");
-    EXPECT_EQ(CountIn(folder.Path()), 1);
+    EXPECT_EQ(CountIn(folder), 1);
 }
 
 }  // namespace

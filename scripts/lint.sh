@@ -43,12 +43,13 @@ tidy() {
 mkdir -p build
 tidy native-asan '(^|/)[^/]*\.cpp$'
 
-# The cross compiler's C++ library, which clang does not find by itself.
+# The cross compiler's C++ library, which clang does not find by itself. Not its own compiler
+# headers: clang has to take those that belong to clang.
 includes=()
 while read -r folder; do
     includes+=(--extra-arg=-isystem --extra-arg="$folder")
 done < <(x86_64-w64-mingw32-g++-posix -E -x c++ - -v </dev/null 2>&1 |
-    sed -n '/#include <...>/,/End of search/{/^ /p}' | grep -v '/include-fixed$')
+    sed -n '/#include <...>/,/End of search/{/^ /p}' | grep -vE '/include-fixed$|x86_64-w64-mingw32/[^/]*/include$')
 tidy windows-debug '_win32(_test)?\.cpp$' --extra-arg=--target=x86_64-w64-mingw32 "${includes[@]}"
 
 ((status == 0)) || die "there are findings (above)"

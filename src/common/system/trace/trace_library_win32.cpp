@@ -55,13 +55,12 @@ struct BoundLibrary {
     // FreeLibrary is forbidden. One small DLL stays mapped until the process ends; loading this
     // module again finds the same copy.
     BoundLibrary() noexcept try {
+        const DWORD kept = GetLastError();  // callers trace before they read a failed call's error
         const std::wstring path = LibraryPath();
-        if (path.empty())
-            return;
-        const DWORD kept = GetLastError();
         const HMODULE library =
-            LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-        SetLastError(kept);  // callers trace between a failed call and reading its error
+            path.empty() ? nullptr
+                         : LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+        SetLastError(kept);
         if (!library)
             return;
         Bind(library, "TraceEnter", entries.traceEnter);

@@ -33,10 +33,11 @@ HANDLE File() noexcept {
 class CLineLock {
 public:
     explicit CLineLock(HANDLE file) noexcept : m_file(file) {
-        constexpr int kTries = 60;
-        for (int i = 0; i < kTries && !m_held; ++i) {
+        constexpr int kYields = 30;
+        const ULONGLONG end = GetTickCount64() + 250;  // ms: longer than a busy machine's pauses
+        for (int i = 0; !m_held && (i < kYields || GetTickCount64() < end); ++i) {
             if (i > 0)
-                Sleep(i < kTries / 2 ? 0 : 1);
+                Sleep(i < kYields ? 0 : 1);
             OVERLAPPED place = Place();
             m_held = LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
                                 &place) != FALSE;

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <cstring>
+#include <random>
 #include <stdexcept>
 
 #include "fake_zone_system.h"
@@ -13,298 +14,164 @@ namespace tarnwell::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class CSecureAllocatorTest : public testing::Test {
 protected:
-    ~CSecureAllocatorTest() override { EXPECT_THAT(m_system.faults, IsEmpty()); }
-
-    /// Sizes of the zone's blocks in order; used ones are negative.
-    static std::vector<long> Blocks(const CSecureAllocator& zone) {
-        std::string fault;
-        std::vector<WalkedBlock> walked;
-        EXPECT_TRUE(WalkZone(zone, walked, fault, true)) << fault;
-        std::vector<long> sizes;
-        for (const WalkedBlock& block : walked)
-            sizes.push_back(block.used ? -static_cast<long>(block.size)
-                                       : static_cast<long>(block.size));
-        return sizes;
-    }
-
     CFakeZoneSystem m_system;
     CTraceListener m_trace;
+    CSecureAllocator m_zone{65'536, m_system};
+    std::vector<WalkedBlock> m_blocks;
 };
 
 TEST_F(CSecureAllocatorTest, ClassesDivideEachPowerOfTwoIntoSixteen) {
-    const struct {
-        std::size_t size;
-        std::size_t sizeClass;
-    } kCases[] = {{16, 0},       {17, 1},       {24, 8},         {31, 15},         {32, 16},
-                  {33, 16},      {34, 17},      {63, 31},        {64, 32},         {67, 32},
-                  {68, 33},      {127, 47},     {128, 48},       {520, 80},        {544, 81},
-                  {65'535, 191}, {65'536, 192}, {1u << 30, 416}, {0x7FFFFFFF, 431}};
+    const std::pair<std::size_t, std::size_t> kCases[] = {
+        {16, 0},  {24, 8},   {31, 15},  {32, 16},      {33, 16},      {34, 17},         {67, 32},
+        {68, 33}, {127, 47}, {128, 48}, {65'535, 191}, {65'536, 192}, {0x7FFFFFFF, 431}};
     for (const auto& [size, sizeClass] : kCases)
         EXPECT_EQ(CSecureAllocator::ClassOf(size), sizeClass) << size;
-    for (std::size_t size = 16; size < 10'000; ++size)
-        ASSERT_EQ(CSecureAllocator::ClassOf(size), ClassByDefinition(size)) << size;
 }
 
-TEST_F(CSecureAllocatorTest, TheSmallestBlockHas24Bytes) {
-    for (const std::size_t bytes : {0, 1, 8}) {
-        CSecureAllocator zone(65'536, m_system);
+TEST_F(CSecureAllocatorTest, ABlockTakesItsHeaderAndLeavesARestOf24BytesOrMore) {
+    const std::size_t kCases[][3] = {{65'536, 0, 24},          {65'536, 8, 24}, {65'536, 9, 25},
+                                     {65'536, 65'000, 65'016}, {100, 60, 76},   {100, 61, 100}};
+    for (const auto& [size, bytes, block] : kCases) {
+        CSecureAllocator zone(size, m_system);
         zone.allocate(bytes);
-        EXPECT_THAT(Blocks(zone), ElementsAre(-24, 65'512)) << bytes;
+        EXPECT_EQ(zone.UsedBytes(), block) << bytes;
+        EXPECT_STREQ(FaultOf(zone, m_blocks), "");
     }
 }
 
-TEST_F(CSecureAllocatorTest, ABlockOfExactlyTheNeededSizeIsPassedOver) {
-    CSecureAllocator zone(65'536, m_system);
-    EXPECT_THROW(
-        {
-            try {
-                zone.allocate(65'520);
-            } catch (const std::runtime_error& error) {
-                EXPECT_STREQ(error.what(), "SecureAllocator: there is no more block big enough");
-                throw;
-            }
-        },
-        std::runtime_error);
-    EXPECT_THAT(m_trace.Lines(), ElementsAre("SecureAllocator: there is no more block big enough"));
-    EXPECT_NE(zone.TryAllocate(65'519), nullptr);
-    EXPECT_EQ(m_trace.Lines().size(), 1u);
-}
-
-TEST_F(CSecureAllocatorTest, ARestIsSplitOffFrom24BytesOn) {
-    CSecureAllocator large(65'536, m_system);
-    large.allocate(65'000);
-    EXPECT_THAT(Blocks(large), ElementsAre(-65'016, 520));
-    CSecureAllocator split(100, m_system);
-    split.allocate(60);
-    EXPECT_THAT(Blocks(split), ElementsAre(-76, 24));
-    CSecureAllocator whole(100, m_system);
-    whole.allocate(61);
-    EXPECT_THAT(Blocks(whole), ElementsAre(-100));
-}
-
-TEST_F(CSecureAllocatorTest, FreedNeighboursBecomeOneBlockInEitherOrder) {
-    for (const bool leftFirst : {true, false}) {
-        CSecureAllocator zone(65'536, m_system);
-        void* const left = zone.allocate(100);
-        void* const right = zone.allocate(200);
-        void* const guard = zone.allocate(300);
-        zone.free(leftFirst ? left : right);
-        zone.free(leftFirst ? right : left);
-        EXPECT_THAT(Blocks(zone), ElementsAre(332, -316, 64'888));
-        zone.free(guard);
-        EXPECT_THAT(Blocks(zone), ElementsAre(65'536));
-    }
-}
-
-TEST_F(CSecureAllocatorTest, ABlockBetweenFreeOnesJoinsBoth) {
-    CSecureAllocator zone(65'536, m_system);
-    void* const a = zone.allocate(100);
-    void* const b = zone.allocate(100);
-    void* const c = zone.allocate(100);
-    zone.allocate(100);
-    zone.free(a);
-    zone.free(c);
-    EXPECT_THAT(Blocks(zone), ElementsAre(116, -116, 116, -116, 65'072));
-    zone.free(b);
-    EXPECT_THAT(Blocks(zone), ElementsAre(348, -116, 65'072));
-}
-
-TEST_F(CSecureAllocatorTest, TheLastFreedBlockOfAClassIsReusedFirst) {
-    CSecureAllocator zone(65'536, m_system);
-    std::vector<void*> blocks;
-    for (int i = 0; i < 6; ++i)
-        blocks.push_back(zone.allocate(1000));
-    for (const std::size_t freed : {0u, 4u, 2u})
-        zone.free(blocks[freed]);
-    EXPECT_EQ(zone.allocate(900), blocks[2]);
-    EXPECT_EQ(zone.allocate(900), blocks[4]);
-    EXPECT_EQ(zone.allocate(900), blocks[0]);
-}
-
-TEST_F(CSecureAllocatorTest, TheOwnClassServesOnlyWhenNoHigherOneCan) {
-    // Sizes 1024 to 1087 share a class.
-    CSecureAllocator zone(3 * 1040 + 24, m_system);
-    void* const first = zone.allocate(1024);
-    zone.allocate(1024);
-    ASSERT_NE(zone.TryAllocate(1024), nullptr);
-    zone.free(first);
-    EXPECT_EQ(zone.TryAllocate(1024), nullptr) << "a block of exactly 1040 bytes";
-    EXPECT_EQ(zone.TryAllocate(1023), first) << "1040 is strictly more than 1039";
-}
-
-TEST_F(CSecureAllocatorTest, MemoryReadsAsZeroAfterAReleaseAndBeforeUse) {
-    CSecureAllocator zone(65'536, m_system);
-    void* const secret = zone.allocate(1000);
-    zone.allocate(10);
-    std::memset(secret, 0x5A, 1000);
-    zone.free(secret);
-    const std::string zeros(1000, '\0');
-    EXPECT_EQ(std::memcmp(secret, zeros.data(), 1000), 0);
-    void* const again = zone.allocate(900);
-    ASSERT_EQ(again, secret);
-    EXPECT_EQ(std::memcmp(again, zeros.data(), 900), 0) << "the list's link is wiped too";
-}
-
-TEST_F(CSecureAllocatorTest, ASecondReleaseOfTheSameBlockIsIgnored) {
-    CSecureAllocator zone(65'536, m_system);
-    void* const block = zone.allocate(100);
-    zone.allocate(100);
-    zone.free(block);
-    zone.free(block);
-    EXPECT_THAT(Blocks(zone), ElementsAre(116, -116, 65'304));
-}
-
-TEST_F(CSecureAllocatorTest, SizesThatWouldOverflowAreRefused) {
-    CSecureAllocator zone(65'536, m_system);
-    for (const std::size_t bytes :
-         {SIZE_MAX, SIZE_MAX - 15, SIZE_MAX - 16, std::size_t{1} << 63, std::size_t{0x80000000},
-          std::size_t{0x7FFFFFFF}, std::size_t{65'536}})
-        EXPECT_EQ(zone.TryAllocate(bytes), nullptr) << bytes;
-    EXPECT_THAT(Blocks(zone), ElementsAre(65'536));
-    for (const std::size_t size : {std::size_t{0}, std::size_t{23}, std::size_t{0x80000000}})
+TEST_F(CSecureAllocatorTest, ABlockOfExactlyTheNeededSizeIsPassedOverAndAnImpossibleOneRefused) {
+    const char kNoBlock[] = "SecureAllocator: there is no more block big enough";
+    EXPECT_THAT([&] { m_zone.allocate(65'520); },
+                testing::ThrowsMessage<std::runtime_error>(kNoBlock));
+    EXPECT_THAT(m_trace.Lines(), ElementsAre(kNoBlock));
+    for (const std::size_t bytes : {SIZE_MAX, SIZE_MAX - 15, std::size_t{0x7FFFFFFF}})
+        EXPECT_EQ(m_zone.TryAllocate(bytes), nullptr) << bytes;
+    EXPECT_NE(m_zone.TryAllocate(65'519), nullptr);
+    for (const std::size_t size : {0u, 23u, 0x80000000u})
         EXPECT_THROW(CSecureAllocator(size, m_system), std::invalid_argument) << size;
 }
 
-TEST_F(CSecureAllocatorTest, AZoneGoesBackWipedEvenWithBlocksInUse) {
-    for (const bool locked : {true, false}) {
-        m_system.lockRefusals = locked ? 0 : -1;
-        {
-            CSecureAllocator zone(65'536, m_system);
-            EXPECT_EQ(zone.IsFallback(), !locked);
-            std::memset(zone.allocate(5000), 0x5A, 5000);
-        }
-        EXPECT_TRUE(m_system.pages.empty());
-        EXPECT_TRUE(m_system.heap.empty());
-    }
+TEST_F(CSecureAllocatorTest, TheLastFreedBlockOfAClassIsReusedFirstAndASecondReleaseIsIgnored) {
+    std::vector<void*> blocks(6);
+    for (void*& block : blocks)
+        block = m_zone.allocate(1000);
+    for (const std::size_t freed : {0u, 4u, 2u, 0u})
+        m_zone.free(blocks[freed]);
+    for (const std::size_t reused : {2u, 4u, 0u})
+        EXPECT_EQ(m_zone.allocate(900), blocks[reused]);
 }
 
-// --- Locking ---------------------------------------------------------------------------------
-
-struct LockCase {
-    const char* name;
-    int refusals;
-    WorkingSet start;
-    bool refusesWorkingSet;
-    std::size_t largestReserve;
-    std::vector<std::size_t> asked;  // minimum working sets that the system was asked for
-    std::vector<std::string> trace;
-};
-
-const char kCaught[] = "Catch failed secure allocation";
-
-const LockCase kLockCases[] = {
-    {"LocksAtOnce", 0, {204'800, 1'413'120}, false, SIZE_MAX, {}, {}},
-    {"LocksAfterOneDoubling", 1, {204'800, 1'413'120}, false, SIZE_MAX, {409'600}, {}},
-    {"LocksAtTheLastChance",
-     6,
-     {204'800, 1'413'120},
-     false,
-     SIZE_MAX,
-     {409'600, 819'200, 1'638'400, 3'276'800, 6'553'600, 13'107'200},
-     {}},
-    {"IsNeverLocked",
-     -1,
-     {204'800, 1'413'120},
-     false,
-     SIZE_MAX,
-     {409'600, 819'200, 1'638'400, 3'276'800, 6'553'600, 13'107'200},
-     {"SecureAllocator: Virtual lock are failed! Last error = 1453, minimum working set = 13107200",
-      kCaught}},
-    {"HasEnoughWorkingSetAlready",
-     -1,
-     {10'000'000, 20'000'000},
-     false,
-     SIZE_MAX,
-     {},
-     {"SecureAllocator: Virtual lock are failed! Last error = 1453, minimum working set = 10000000",
-      kCaught}},
-    {"LacksOneByteOfEnough",
-     -1,
-     {9'999'999, 9'999'999},
-     false,
-     SIZE_MAX,
-     {19'999'998},
-     {"SecureAllocator: Virtual lock are failed! Last error = 1453, minimum working set = 19999998",
-      kCaught}},
-    {"MayNotRaiseTheWorkingSet",
-     -1,
-     {204'800, 1'413'120},
-     true,
-     SIZE_MAX,
-     {409'600},
-     {"SecureAllocator: SetProcessWorkingSetSize are failed! Last error = 1453, minimum working "
-      "set = 409600",
-      kCaught}},
-    {"IsNotToldTheWorkingSet",
-     -1,
-     {0, 0},
-     false,
-     SIZE_MAX,
-     {},
-     {"SecureAllocator: Virtual lock are failed! Last error = 1453, minimum working set = 0",
-      kCaught}},
-    {"HasNoPages",
-     0,
-     {204'800, 1'413'120},
-     false,
-     0,
-     {},
-     {"SecureAllocator: Virtual allocation are failed!", kCaught}},
-};
-
-class CSecureAllocatorLockTest : public testing::TestWithParam<LockCase> {};
-
-TEST_P(CSecureAllocatorLockTest, Zone) {
-    const LockCase& expected = GetParam();
-    CFakeZoneSystem system;
-    CTraceListener trace;
-    system.lockRefusals = expected.refusals;
-    system.workingSet = expected.start;
-    system.refusesWorkingSet = expected.refusesWorkingSet;
-    system.largestReserve = expected.largestReserve;
-    {
+TEST_F(CSecureAllocatorTest, TheZoneIsLockedOrTakenFromTheHeapAndGoesBackWiped) {
+    const std::string name = "SecureAllocator: ";
+    const std::string lock =
+        name + "Virtual lock are failed! Last error = 1453, minimum working set = ";
+    const std::string set =
+        name + "SetProcessWorkingSetSize are failed! Last error = 1453, minimum working set = ";
+    const struct {
+        int refusals;           // of the lock
+        std::size_t minimum;    // of the working set at first
+        std::size_t doublings;  // that the system was asked for
+        bool noRaise, noPages;  // what else the system refuses
+        std::string error;
+    } kCases[] = {
+        {0, 204'800, 0, false, false, ""},
+        {1, 204'800, 1, false, false, ""},
+        {6, 204'800, 6, false, false, ""},
+        {-1, 204'800, 6, false, false, lock + "13107200"},
+        {-1, 10'000'000, 0, false, false, lock + "10000000"},
+        {-1, 9'999'999, 1, false, false, lock + "19999998"},
+        {-1, 0, 0, false, false, lock + "0"},
+        {-1, 204'800, 1, true, false, set + "409600"},
+        {0, 204'800, 0, false, true, name + "Virtual allocation are failed!"},
+    };
+    for (const auto& each : kCases) {
+        SCOPED_TRACE(each.error + " after " + std::to_string(each.doublings));
+        CFakeZoneSystem system;
+        system.lockRefusals = each.refusals;
+        system.workingSet = {each.minimum, 3 * each.minimum};
+        system.refusesWorkingSet = each.noRaise;
+        system.largestReserve = each.noPages ? 0 : SIZE_MAX;
+        m_trace.Clear();
         CSecureAllocator zone(65'536, system);
-        EXPECT_EQ(trace.Lines(), expected.trace);
-        EXPECT_EQ(zone.IsFallback(), !expected.trace.empty());
+        EXPECT_EQ(zone.IsFallback(), !each.error.empty());
         EXPECT_EQ(system.pages.size(), zone.IsFallback() ? 0u : 1u) << "nothing stays reserved";
-        std::vector<std::size_t> asked;
-        for (const WorkingSet& sizes : system.workingSetsAsked)
-            asked.push_back(sizes.minimum);
-        EXPECT_EQ(asked, expected.asked);
-        if (!asked.empty()) {
-            EXPECT_EQ(system.workingSetsAsked[0].maximum, 2 * expected.start.maximum);
+        if (zone.IsFallback()) {
+            EXPECT_THAT(m_trace.Lines(), ElementsAre(each.error, "Catch failed secure allocation"));
         }
-
-        std::string fault;
-        std::vector<WalkedBlock> walked;
-        EXPECT_TRUE(WalkZone(zone, walked, fault, true)) << fault;
-        void* const block = zone.allocate(1000);
-        std::memset(block, 0x5A, 1000);
-        zone.free(block);
-        EXPECT_TRUE(WalkZone(zone, walked, fault, true)) << fault;
+        ASSERT_EQ(system.workingSetsAsked.size(), each.doublings);
+        for (std::size_t i = 0; i < each.doublings; ++i) {
+            EXPECT_EQ(system.workingSetsAsked[i].minimum, each.minimum << (i + 1));
+            EXPECT_EQ(system.workingSetsAsked[i].maximum, 3 * each.minimum << (i + 1));
+        }
+        std::memset(zone.allocate(5000), 0x5A, 5000);
+        EXPECT_STREQ(FaultOf(zone, m_blocks), "");
     }
-    EXPECT_THAT(system.faults, IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(ThatThe, CSecureAllocatorLockTest, testing::ValuesIn(kLockCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+// --- The model -------------------------------------------------------------------------------
 
-TEST_F(CSecureAllocatorTest, AHugeWorkingSetIsDoubledWithoutOverflow) {
-    m_system.lockRefusals = 1;
-    m_system.workingSet = {1, SIZE_MAX - 1};
-    const CSecureAllocator zone(65'536, m_system);
-    ASSERT_EQ(m_system.workingSetsAsked.size(), 1u);
-    EXPECT_EQ(m_system.workingSetsAsked[0].maximum, SIZE_MAX);
-}
+struct Held {
+    unsigned char* data;
+    std::ptrdiff_t bytes;
+    unsigned char fill;
 
-TEST_F(CSecureAllocatorTest, WithoutAnyMemoryThereIsNoZone) {
-    m_system.largestReserve = 0;
-    m_system.largestHeap = 0;
-    EXPECT_THROW(CSecureAllocator(65'536, m_system), std::bad_alloc);
+    bool HoldsOnly(unsigned char value) const {
+        return std::count(data, data + bytes, value) == bytes;
+    }
+};
+
+// Each step is checked against what the zone's own blocks say must happen: which requests can be
+// served, from which class, and that nothing else moves.
+TEST_F(CSecureAllocatorTest, RandomStepsKeepTheZoneInOrder) {
+    std::mt19937 random(1);
+    std::vector<Held> held;
+    int served = 0;
+    int refused = 0;
+    for (int round = 0; round < 100'000; ++round) {
+        ASSERT_STREQ(FaultOf(m_zone, m_blocks, round % 64 == 0), "") << round;
+        // The target swings, so that the zone is by turns nearly empty and full to refusal.
+        const bool filling = (round / 4000) % 2 == 0;
+        if (!held.empty() && random() % 100 < (filling ? 40u : 60u)) {
+            std::swap(held[random() % held.size()], held.back());
+            ASSERT_TRUE(held.back().HoldsOnly(held.back().fill)) << "overwritten: " << round;
+            m_zone.free(held.back().data);
+            held.pop_back();
+            continue;
+        }
+        // Mostly small, now and then as large as the zone.
+        const std::size_t bytes = random() % (16u << std::min(random() % 13, random() % 13));
+        const std::size_t needed = std::max<std::size_t>(bytes + 16, 24);
+        // The lowest higher class comes first, the own one last.
+        const auto rank = [&](std::size_t size) {
+            const std::size_t sizeClass = CSecureAllocator::ClassOf(size);
+            return sizeClass == CSecureAllocator::ClassOf(needed) ? SIZE_MAX - 1 : sizeClass;
+        };
+        std::size_t best = SIZE_MAX;
+        for (const WalkedBlock& block : m_blocks)
+            if (!block.used && block.size > needed)
+                best = std::min(best, rank(block.size));
+        auto* const data = static_cast<unsigned char*>(m_zone.TryAllocate(bytes));
+        ASSERT_EQ(data == nullptr, best == SIZE_MAX) << round << ": " << bytes;
+        ++(data ? served : refused);
+        if (!data)
+            continue;
+        const auto taken = std::ranges::find(
+            m_blocks, reinterpret_cast<const SecureBlock*>(data - 16), &WalkedBlock::address);
+        ASSERT_TRUE(taken != m_blocks.end() && !taken->used && taken->size >= needed) << round;
+        ASSERT_EQ(rank(taken->size), best) << round;
+        held.push_back({data, std::ptrdiff_t(bytes), static_cast<unsigned char>(random() | 1)});
+        ASSERT_TRUE(held.back().HoldsOnly(0)) << round;
+        std::memset(data, held.back().fill, bytes);
+    }
+    EXPECT_GT(served, 25'000);
+    EXPECT_GT(refused, 100) << "the zone was never full";
+    for (const Held& block : held)
+        m_zone.free(block.data);
+    EXPECT_STREQ(FaultOf(m_zone, m_blocks), "");
+    EXPECT_EQ(m_blocks.size(), 1u);
 }
 
 }  // namespace

@@ -2,12 +2,11 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <cstring>
-#include <random>
 #include <stdexcept>
 #include <thread>
 
+#include "common/system/memory/secure_memory.h"
 #include "fake_zone_system.h"
 #include "support/trace_listener.h"
 
@@ -15,220 +14,133 @@ namespace tarnwell::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Le;
 
 const char kNoBlock[] = "SecureAllocator: there is no more block big enough";
 
 class CSecureZonesTest : public testing::Test {
 protected:
-    ~CSecureZonesTest() override {
-        m_zones.Close();
-        EXPECT_THAT(m_system.faults, IsEmpty());
-        EXPECT_TRUE(m_system.pages.empty());
-        EXPECT_TRUE(m_system.heap.empty());
-    }
-
-    void* Take(std::size_t bytes) {
-        void* block = m_zones.Allocate(bytes);
+    unsigned char* Take(std::size_t bytes) {
+        auto* const block = static_cast<unsigned char*>(m_zones.Allocate(bytes));
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 8, 0u);
+        EXPECT_EQ(std::count(block, block + bytes, 0), static_cast<std::ptrdiff_t>(bytes));
         std::memset(block, 0x5A, bytes);
         return block;
     }
-
-    /// Fills the process's zone with blocks of 1,016 bytes (1,032 with the header).
-    std::vector<void*> FillProcessZone() {
-        std::vector<void*> blocks;
-        for (int i = 0; i < 63; ++i)
-            blocks.push_back(Take(1'016));
-        EXPECT_EQ(m_zones.FurtherZones(), 0u);
+    std::vector<unsigned char*> Take(int count, std::size_t bytes) {
+        std::vector<unsigned char*> blocks;
+        while (count-- > 0)
+            blocks.push_back(Take(bytes));
         return blocks;
     }
 
     CFakeZoneSystem m_system;
     CTraceListener m_trace;
     CSecureZones m_zones{m_system};
+    // The process's zone is full for blocks of this size (1,032 bytes with the header).
+    std::vector<unsigned char*> m_full = Take(63, 1'016);
 };
 
-TEST_F(CSecureZonesTest, AFurtherZoneIsTakenWhenTheProcesssIsFullAndGoesWithItsBlocks) {
-    std::vector<void*> blocks = FillProcessZone();
-    void* const further = Take(1'016);
-    EXPECT_EQ(m_zones.FurtherZones(), 1u);
-    EXPECT_EQ(m_system.pages.size(), 2u);
-    for (const auto& [base, size] : m_system.pages)
-        EXPECT_EQ(size, 65'536u);
-    for (int i = 0; i < 20; ++i) {
-        m_zones.Free(blocks.back());
-        blocks.pop_back();
-    }
-    m_zones.Free(further);
+TEST_F(CSecureZonesTest, AFurtherZoneIsTakenOnceAndGoesWithItsBlocks) {
     EXPECT_EQ(m_zones.FurtherZones(), 0u);
-    EXPECT_EQ(m_system.pages.size(), 1u);
-    EXPECT_THAT(m_trace.Lines(), IsEmpty()) << "a full zone alone is no failure";
-}
-
-TEST_F(CSecureZonesTest, AStringThatComesAndGoesAtTheEdgeDoesNotTakeAZoneEachTime) {
-    std::vector<void*> blocks = FillProcessZone();
-    const std::size_t before = m_system.reserved;
     for (int i = 0; i < 1'000; ++i)
         m_zones.Free(Take(1'016));
-    EXPECT_EQ(m_system.reserved, before + 1);
-    for (void* const block : blocks)
+    EXPECT_EQ(m_system.taken, 2) << "for a string that comes and goes at the edge";
+    for (const auto& [base, bytes] : m_system.pages)
+        EXPECT_EQ(bytes.size(), 65'536u);
+    for (void* const block : m_full)
         m_zones.Free(block);
     EXPECT_EQ(m_zones.FurtherZones(), 0u);
-    EXPECT_EQ(m_system.pages.size(), 1u);
+    EXPECT_THAT(m_trace.Lines(), ElementsAre()) << "a full zone alone is no failure";
 }
 
 TEST_F(CSecureZonesTest, ALargeRequestGetsAZoneOfItsOwnForAsLongAsItLives) {
-    FillProcessZone();
-    for (const std::size_t bytes : {100'000u, 1'000'000u, 20'000'000u}) {
-        void* const block = Take(bytes);
-        EXPECT_EQ(m_zones.FurtherZones(), 1u) << bytes;
-        m_zones.Free(block);
-        EXPECT_EQ(m_zones.FurtherZones(), 0u) << bytes;
-    }
-}
-
-TEST_F(CSecureZonesTest, ARequestOfAboutAZonesSizeIsServed) {
-    FillProcessZone();
-    for (std::size_t bytes = 65'480; bytes <= 65'560; bytes += 8)
+    for (const std::size_t bytes : {65'480u, 65'512u, 65'520u, 65'536u, 2'000'000u})
         m_zones.Free(Take(bytes));
-    EXPECT_THAT(m_zones.FurtherZones(), Le(2u));
+    EXPECT_EQ(m_zones.FurtherZones(), 0u);
 }
 
 TEST_F(CSecureZonesTest, ManyBlocksNeedFewZonesAndLeaveNone) {
-    std::vector<unsigned char*> blocks;
-    for (int i = 0; i < 20'000; ++i)
-        blocks.push_back(static_cast<unsigned char*>(Take(300)));
-    std::size_t total = 0;
-    for (const auto& [base, size] : m_system.pages)
-        total += size;
-    EXPECT_LE(total, 20'000u * 320 * 5 / 4);
-    EXPECT_THAT(m_zones.FurtherZones(), Le(60u));
-    std::mt19937 random(7);
-    std::shuffle(blocks.begin(), blocks.end(), random);
-    for (unsigned char* const block : blocks) {
-        ASSERT_TRUE(std::all_of(block, block + 300, [](unsigned char b) { return b == 0x5A; }));
+    const std::vector<unsigned char*> blocks = Take(20'000, 300);
+    EXPECT_LE(m_zones.FurtherZones(), 60u);
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        unsigned char* const block = blocks[i * 7'919 % blocks.size()];
+        ASSERT_EQ(std::count(block, block + 300, 0x5A), 300);
         m_zones.Free(block);
     }
-    EXPECT_EQ(m_zones.FurtherZones(), 0u);
+    EXPECT_LE(m_zones.FurtherZones(), 1u);
+    for (void* const block : m_full)
+        m_zones.Free(block);
     EXPECT_EQ(m_system.pages.size(), 1u);
 }
 
 TEST_F(CSecureZonesTest, AFullZoneServesAgainOnceABlockOfItIsFree) {
-    std::vector<void*> blocks = FillProcessZone();
-    void* const further = Take(1'016);
-    m_zones.Free(blocks[10]);
-    m_zones.Free(blocks[11]);
-    EXPECT_EQ(Take(1'016), blocks[10]) << "the size that it refused before";
-    m_zones.Free(further);
+    Take(1'016);
+    m_zones.Free(m_full[10]);
+    m_zones.Free(m_full[11]);
+    EXPECT_EQ(Take(1'016), m_full[10]) << "the size that it refused before";
 }
 
-TEST_F(CSecureZonesTest, BlocksAreAlignedAndZeroed) {
-    for (std::size_t bytes = 0; bytes < 100; ++bytes) {
-        auto* block = static_cast<unsigned char*>(m_zones.Allocate(bytes));
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 8, 0u);
-        EXPECT_TRUE(std::all_of(block, block + bytes, [](unsigned char b) { return b == 0; }));
-        std::memset(block, 0xFF, bytes);
-        if (bytes % 3 == 0)
-            m_zones.Free(block);
-    }
+TEST_F(CSecureZonesTest, ASmallerFurtherZoneWillDoAndWithoutAnyTheRequestFails) {
+    Take(400, 1'016);
+    m_system.largestReserve = m_system.largestHeap = 65'536;
+    for (const std::size_t before = m_system.pages.size(); m_system.pages.size() == before;)
+        Take(1'016);
+    m_system.largestReserve = m_system.largestHeap = 0;
+    m_trace.Clear();
+    EXPECT_THROW(Take(400, 1'016), std::runtime_error);
+    EXPECT_EQ(m_trace.Lines().back(), kNoBlock);
+    Take(100);  // what fits is still served
 }
 
-TEST_F(CSecureZonesTest, WithoutAFurtherZoneTheRequestFailsWithTheZonesError) {
-    FillProcessZone();
-    m_system.largestReserve = 0;
-    m_system.largestHeap = 0;
-    EXPECT_THROW(m_zones.Allocate(1'016), std::runtime_error);
-    EXPECT_THAT(m_trace.Lines(), ElementsAre("SecureAllocator: Virtual allocation are failed!",
-                                             "Catch failed secure allocation", kNoBlock));
-    EXPECT_NE(m_zones.Allocate(100), nullptr) << "what fits is still served";
-}
-
-TEST_F(CSecureZonesTest, AFurtherZoneThatCannotBeLockedIsHeapMemoryAndWipedAlike) {
-    FillProcessZone();
-    m_system.lockRefusals = -1;
-    void* const block = Take(1'016);
-    EXPECT_EQ(m_system.heap.size(), 1u);
-    EXPECT_EQ(m_system.pages.size(), 1u);
-    m_zones.Free(block);
-}
-
-TEST_F(CSecureZonesTest, ASmallerZoneWillDoWhereALargeOneCannotBeHad) {
-    std::vector<void*> blocks;
-    while (m_system.pages.size() < 20)
-        blocks.push_back(Take(1'016));
-    m_system.largestReserve = 65'536;
-    m_system.largestHeap = 65'536;
-    const std::size_t before = m_system.pages.size();
-    while (m_system.pages.size() + m_system.heap.size() == before)
-        blocks.push_back(Take(1'016));
-    EXPECT_EQ(m_system.pages.size(), before + 1);
-}
-
-TEST_F(CSecureZonesTest, ImpossibleSizesFailWithTheZonesError) {
-    for (const std::size_t bytes :
-         {SIZE_MAX, SIZE_MAX - 7, SIZE_MAX - 50, std::size_t{1} << 40, std::size_t{0x80000000},
-          std::size_t{0x7FFFFFFF}, std::size_t{0x7FFFFFFF - 16}}) {
+TEST_F(CSecureZonesTest, WhatNoZoneCanServeFailsAndAfterTheEndReleasesAreIgnored) {
+    for (const std::size_t bytes : {SIZE_MAX, SIZE_MAX - 7, std::size_t{0x7FFFFFFF}}) {
         m_trace.Clear();
         EXPECT_THROW(m_zones.Allocate(bytes), std::runtime_error) << bytes;
         EXPECT_THAT(m_trace.Lines(), ElementsAre(kNoBlock));
     }
-    EXPECT_EQ(m_zones.FurtherZones(), 0u);
-}
-
-TEST_F(CSecureZonesTest, AfterTheEndReleasesAreIgnoredAndRequestsFail) {
-    void* const block = Take(100);
     m_zones.Free(nullptr);
     m_zones.Close();
-    EXPECT_TRUE(m_system.pages.empty());
-    m_zones.Free(block);
+    m_zones.Free(m_full[0]);
     EXPECT_THROW(m_zones.Allocate(1), std::runtime_error);
-    m_zones.Close();
 }
 
 TEST(CSecureZonesStartTest, WithoutMemoryAtTheStartTheZonesRecoverLater) {
     CFakeZoneSystem system;
-    CTraceListener trace;
-    system.largestReserve = 0;
-    system.largestHeap = 0;
+    system.largestReserve = system.largestHeap = 0;
     CSecureZones zones(system);
     EXPECT_THROW(zones.Allocate(1), std::runtime_error);
     system.largestReserve = SIZE_MAX;
-    void* const block = zones.Allocate(1);
-    EXPECT_EQ(zones.FurtherZones(), 1u);
-    zones.Free(block);
+    zones.Free(zones.Allocate(1));
     EXPECT_EQ(zones.FurtherZones(), 0u);
 }
 
-TEST(CSecureZonesThreadTest, ThreadsDoNotDisturbEachOther) {
-    CSecureZones zones(OsZoneSystem());
+// Runs before main and before the statics of most other files: the process's zone must be there.
+void* const s_early = SecureAllocate(100);
+
+TEST(SecureMemoryTest, ServesStaticObjectsAndCountsUnitsWithoutOverflow) {
+    std::memset(s_early, 1, 100);
+    SecureFree(std::memset(SecureAllocate32(1'000), 1, 4'000));
+    for (const std::size_t count : {SIZE_MAX, SIZE_MAX / 4, SIZE_MAX / 4 + 1, SIZE_MAX / 2})
+        EXPECT_THROW(SecureAllocate32(count), std::runtime_error) << count;
+}
+
+TEST(SecureMemoryTest, ThreadsDoNotDisturbEachOther) {
     std::vector<std::thread> threads;
     for (unsigned char id = 1; id <= 4; ++id) {
-        threads.emplace_back([&zones, id] {
-            std::mt19937 random(id);
-            std::vector<std::pair<unsigned char*, std::size_t>> held;
-            for (int i = 0; i < 5'000; ++i) {
-                if (held.size() < 200 && random() % 2) {
-                    const std::size_t bytes = random() % 600;
-                    auto* block = static_cast<unsigned char*>(zones.Allocate(bytes));
-                    std::memset(block, id, bytes);
-                    held.emplace_back(block, bytes);
-                } else if (!held.empty()) {
-                    std::swap(held[random() % held.size()], held.back());
-                    const auto [block, bytes] = held.back();
-                    held.pop_back();
-                    for (std::size_t b = 0; b < bytes; ++b)
-                        ASSERT_EQ(block[b], id);
-                    zones.Free(block);
-                }
+        threads.emplace_back([id] {
+            std::vector<unsigned char*> ring(200);
+            for (std::size_t i = 0; i < 5'200; ++i) {
+                unsigned char*& block = ring[i % ring.size()];
+                ASSERT_TRUE(!block || std::count(block, block + 500, id) == 500);
+                SecureFree(block);
+                block = static_cast<unsigned char*>(i < 5'000 ? SecureAllocate(500) : nullptr);
+                if (block)
+                    std::memset(block, id, 500);
             }
-            for (const auto& [block, bytes] : held)
-                zones.Free(block);
         });
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(zones.FurtherZones(), 0u);
 }
 
 }  // namespace

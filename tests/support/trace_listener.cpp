@@ -3,36 +3,22 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <stdexcept>
 #include <utility>
 
 namespace tarnwell::test {
 namespace {
 
-CTraceListener* s_listener = nullptr;
+constexpr const char* kEnter = "enter ";
+constexpr const char* kLeave = "leave ";
 
-const char* Numbered(const char* kind, unsigned long code) {
-    thread_local char text[64];
-    (void)std::snprintf(text, sizeof(text), "%s error %lu", kind, code);
-    return text;
-}
-const char* Win32Text(std::uint32_t code) {
-    return Numbered("Win32", code);
-}
-const char* CkText(unsigned long code) {
-    return Numbered("CK", code);
-}
+CTraceListener* s_listener = nullptr;
 
 std::string Filled(const char* format, std::va_list arguments) {
     std::va_list again;
     va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, again);
+    std::string text(static_cast<std::size_t>(std::vsnprintf(nullptr, 0, format, again)), '\0');
     va_end(again);
-    if (length < 0)
-        return std::string("(bad format) ") + format;
-    std::string text(static_cast<std::size_t>(length) + 1, '\0');
-    (void)std::vsnprintf(text.data(), text.size(), format, arguments);
-    text.pop_back();
+    (void)std::vsnprintf(text.data(), text.size() + 1, format, arguments);
     return text;
 }
 
@@ -40,9 +26,7 @@ std::string Filled(const char* format, std::va_list arguments) {
 
 CTraceListener::CTraceListener() {
     static const TraceLibrary library{&CTraceListener::Enter, &CTraceListener::Leave,
-                                      &CTraceListener::Message, &Win32Text, &CkText};
-    if (s_listener)
-        throw std::logic_error("another CTraceListener is alive");
+                                      &CTraceListener::Message, nullptr, nullptr};
     s_listener = this;
     m_replaced = ReplaceTraceLibrary(&library);
 }
@@ -54,56 +38,49 @@ CTraceListener::~CTraceListener() {
 
 std::vector<std::string> CTraceListener::Lines() const {
     const std::lock_guard lock(m_mutex);
-    std::vector<std::string> lines;
-    for (const Entry& entry : m_entries)
-        lines.push_back(entry.line);
-    return lines;
+    return m_lines;
 }
 
 std::vector<std::string> CTraceListener::Messages() const {
-    const std::lock_guard lock(m_mutex);
-    std::vector<std::string> lines;
-    for (const Entry& entry : m_entries)
-        if (entry.kind == EKind::kMessage)
-            lines.push_back(entry.line);
+    std::vector<std::string> lines = Lines();
+    std::erase_if(lines, [](const std::string& line) {
+        return line.starts_with(kEnter) || line.starts_with(kLeave);
+    });
     return lines;
 }
 
 std::size_t CTraceListener::Count(const std::string& line) const {
     const std::lock_guard lock(m_mutex);
-    return static_cast<std::size_t>(
-        std::count_if(m_entries.begin(), m_entries.end(),
-                      [&](const Entry& entry) { return entry.line == line; }));
+    return static_cast<std::size_t>(std::count(m_lines.begin(), m_lines.end(), line));
 }
 
 void CTraceListener::Clear() {
     const std::lock_guard lock(m_mutex);
-    m_entries.clear();
+    m_lines.clear();
 }
 
 // The library's functions are variadic.
 // NOLINTBEGIN(cert-dcl50-cpp)
 void CTraceListener::Enter(const char* name, ...) {
-    s_listener->Add(EKind::kScope, std::string("enter ") + name);
+    s_listener->Add(kEnter + std::string(name));
 }
 
 void CTraceListener::Leave(const char* name, ...) {
-    s_listener->Add(EKind::kScope, std::string("leave ") + name);
+    s_listener->Add(kLeave + std::string(name));
 }
 
 void CTraceListener::Message(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    std::string text = Filled(format, arguments);
+    s_listener->Add(Filled(format, arguments));
     va_end(arguments);
-    s_listener->Add(EKind::kMessage, std::move(text));
 }
 
 // NOLINTEND(cert-dcl50-cpp)
 
-void CTraceListener::Add(EKind kind, std::string line) {
+void CTraceListener::Add(std::string line) {
     const std::lock_guard lock(m_mutex);
-    m_entries.push_back({kind, std::move(line)});
+    m_lines.push_back(std::move(line));
 }
 
 }  // namespace tarnwell::test

@@ -2,8 +2,7 @@
 
 // Stands in for the trace library while it lives and keeps what the code under test reports, so
 // that a test can say which functions and messages it expects. One at a time; lines of several
-// threads are kept in the order in which they came. While it lives GetWin32ErrorString(5) gives
-// "Win32 error 5" and GetCkErrorString(5) "CK error 5".
+// threads are kept in the order in which they came. It has no texts for error codes.
 
 #include <cstddef>
 #include <mutex>
@@ -33,18 +32,13 @@ public:
     void Clear();
 
 private:
-    enum class EKind { kScope, kMessage };
-    struct Entry {
-        EKind kind;
-        std::string line;
-    };
     static void Enter(const char* name, ...);
     static void Leave(const char* name, ...);
     static void Message(const char* format, ...);
-    void Add(EKind kind, std::string line);
+    void Add(std::string line);
 
     mutable std::mutex m_mutex;
-    std::vector<Entry> m_entries;
+    std::vector<std::string> m_lines;
     const TraceLibrary* m_replaced;
 };
 

@@ -143,7 +143,7 @@ TEST(WriteWholeFile, AnyOneFailingStepLeavesTheOldContentOrAllOfTheNew) {
     const std::string newContent = "new content, which is longer";
     for (const std::string old : {"", "old"})
         for (const bool folderTakesFiles : {true, false})
-            for (int failing = 0, step = 1; step > failing; ++failing) {
+            for (int failing = 0, step = 0; step >= failing; ++failing) {
                 SCOPED_TRACE(testing::Message() << old << folderTakesFiles << failing);
                 const CTempFolder folder;
                 const fs::path path = old.empty() ? folder / "a" : folder.Write("a", old);

@@ -14,7 +14,6 @@ using WideArgs = CTFmtArgs<CUTF16Encoding>;
 TEST(CTFmtArgsTest, ExpandsTemplates) {
     const Args arguments = Args().Add(std::int32_t{3}).Add("files, not %1");
     const std::pair<std::string_view, std::string_view> kCases[] = {
-        {"", ""},
         {"%1 of %2", "3 of files, not %1"},
         {"100%% %%1", "100% %1"},
         {"%12", "32"},
@@ -22,7 +21,6 @@ TEST(CTFmtArgsTest, ExpandsTemplates) {
         {"a%3b%9!08x!c", "abc"},
         // The text stops where a specification or a "%" is left open.
         {"ab%1!x", "ab"},
-        {"ab%9!", "ab"},
         {"ab%%%", "ab%"},
         // "%" before anything else: both are dropped.
         {"a%0b%xc% d%!e", "abcde"},
@@ -75,14 +73,12 @@ TEST(FormatNumberTest, FollowsPrintfWithin39Units) {
         const char* specification;
         std::string text;
     } kCases[] = {
-        {255, "X", "FF"},
         {255, "#x", "0xff"},
         {255, "#o", "0377"},
         {255, "08x items", "000000ff items"},
         {42, "-5d|", "42   |"},
         {42, "+d", "+42"},
         {42, " i", " 42"},
-        {-42, "05d", "-0042"},
         {42, "08.5d", "   00042"},
         {0, ".d", ""},
         {-1, "u", "4294967295"},

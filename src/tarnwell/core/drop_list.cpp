@@ -2,8 +2,8 @@
 
 #include <cstdint>
 #include <cstring>
-#include <string>
 #include <string_view>
+#include <utility>
 
 #include "common/system/text/convert.h"
 
@@ -62,10 +62,16 @@ DropName CDropList::Take(std::span<const std::byte>& names) const {
         const std::string_view text(reinterpret_cast<const char*>(name.data()), name.size());
         return {Utf16FromLatin1(text), CISOString(text)};
     }
-    // The names may start at an odd address, so they are copied before they are read as units.
-    std::u16string units(bytes / sizeof(char16_t), u'\0');
-    std::memcpy(units.data(), name.data(), bytes);
-    return {CUTF16String(std::u16string_view(units)), Utf8FromUtf16(units)};
+    // The names may start at an odd address, so each unit is copied before it is read.
+    CUTF16String path;
+    path.Reserve(bytes / sizeof(char16_t));
+    for (std::size_t at = 0; at < bytes; at += sizeof(char16_t)) {
+        char16_t unit = 0;
+        std::memcpy(&unit, name.data() + at, sizeof unit);
+        path.AppendUnit(unit);
+    }
+    CISOString shown = Utf8FromUtf16(path);
+    return {std::move(path), std::move(shown)};
 }
 
 }  // namespace tarnwell

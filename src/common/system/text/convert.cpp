@@ -44,11 +44,20 @@ char32_t NextUtf8(std::string_view text, std::size_t& at) noexcept {
     return codePoint;
 }
 
+/// MostUtf8Units is room enough for the UTF-8 of `text`: exact but for ill-formed units.
+std::size_t MostUtf8Units(std::u16string_view text) noexcept {
+    std::size_t units = 0;
+    for (const char16_t unit : text)
+        units += unit < 0x80 ? 1 : unit < 0x800 || IsSurrogate(unit) ? 2 : 3;
+    return units;
+}
+
 }  // namespace
 
 CISOString Utf8FromUtf16(std::u16string_view text) {
+    // Growing would lock, copy and wipe memory for a long list of files more than once.
     CISOString result;
-    result.Reserve(text.size());
+    result.Reserve(MostUtf8Units(text));
     for (std::size_t at = 0; at < text.size();)
         result.AppendCodePoint(NextUtf16(text, at));
     return result;

@@ -4,16 +4,22 @@
 // byte, the handler's outside that records what it is asked, a catalogue and PKCS#7 files.
 
 #include <gtest/gtest.h>
+#include <miniz.h>
 
+#include <cstring>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "common/system/os/owners_win32.h"
+#include "common/system/text/convert.h"
 #include "support/temp_folder.h"
+#include "support/test_paths.h"
 #include "support/trace_listener.h"
 #include "tarnwell/win32/context_menu.h"
+#include "tarnwell/win32/menu_bitmap.h"
 // Windows last.
 #include <shellapi.h>
 #include <shlobj.h>
@@ -21,27 +27,55 @@
 
 namespace tarnwell::test {
 
-/// The bytes of a drop list, as tests spell them.
-std::string DropBlock(const std::vector<std::wstring>& files);
-std::string NarrowDropBlock(const std::vector<std::string>& files);
+/// The code of a menu that was filled.
+inline constexpr HRESULT kFilled = 3;
 
-/// Hands over a copy of `block` as CF_HDROP and knows whether it got it back unlocked.
+using Strings = std::vector<std::string>;
+using Paths = std::vector<std::u16string>;
+
+/// DropBlock gives a drop list whose header is followed by `names`, bytes as they stand.
+inline std::string DropBlock(bool wide, std::string_view names) {
+    std::string block(20, '\0');
+    block[0] = 20;
+    block[16] = wide ? 1 : 0;
+    return block.append(names);
+}
+inline std::string DropBlock(const std::vector<std::wstring>& files) {
+    std::wstring names;
+    for (const std::wstring& file : files)
+        names.append(file).push_back(L'\0');
+    return DropBlock(true, {reinterpret_cast<const char*>(names.c_str()), 2 * names.size() + 2});
+}
+
+/// Hands over a copy of its block as CF_HDROP, once, and knows whether it got it back unlocked.
+/// On the stack of a test: counted only because the medium holds a reference while it is on loan.
 class CFakeDataObject final : public IDataObject {
 public:
     /// No block: there is no such data.
     explicit CFakeDataObject(std::optional<std::string> block) : m_block(std::move(block)) {}
-    ~CFakeDataObject();
+    ~CFakeDataObject() { GlobalFree(m_loan); }
 
-    /// IsReturned tells that nothing is on loan, or all of it came back, unlocked.
-    bool IsReturned() const;
-    FORMATETC asked = {};
+    bool IsReturned() const {
+        return m_references == 1 && (!m_loan || !(GlobalFlags(m_loan) & GMEM_LOCKCOUNT));
+    }
 
-    // On the stack of a test: counted only because media hold a reference while they are on loan.
-    STDMETHODIMP QueryInterface(REFIID id, void** object) override;
+    STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
     STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
     STDMETHODIMP_(ULONG) Release() override { return --m_references; }
 
-    STDMETHODIMP GetData(FORMATETC* format, STGMEDIUM* medium) override;
+    STDMETHODIMP GetData(FORMATETC* format, STGMEDIUM* medium) override {
+        if (!m_block || format->cfFormat != CF_HDROP || format->dwAspect != DVASPECT_CONTENT ||
+            format->lindex != -1 || format->tymed != TYMED_HGLOBAL)
+            return DV_E_FORMATETC;
+        m_loan = GlobalAlloc(GMEM_MOVEABLE, m_block->size());
+        std::memcpy(GlobalLock(m_loan), m_block->data(), m_block->size());
+        GlobalUnlock(m_loan);
+        medium->tymed = TYMED_HGLOBAL;
+        medium->hGlobal = m_loan;
+        medium->pUnkForRelease = this;
+        AddRef();
+        return S_OK;
+    }
     STDMETHODIMP GetDataHere(FORMATETC*, STGMEDIUM*) override { return E_NOTIMPL; }
     STDMETHODIMP QueryGetData(FORMATETC*) override { return E_NOTIMPL; }
     STDMETHODIMP GetCanonicalFormatEtc(FORMATETC*, FORMATETC*) override { return E_NOTIMPL; }
@@ -53,70 +87,123 @@ public:
 
 private:
     std::optional<std::string> m_block;
-    std::vector<HGLOBAL> m_loans;
+    HGLOBAL m_loan = nullptr;
     ULONG m_references = 1;
 };
 
+inline constexpr char kCatalogue[] = R"(var texts = { "tarnwellDLL": {
+    "sign": "Sign \u00e9", "encrypt": "Encrypt", "signencrypt": "Sign and encrypt",
+    "recover": "Recover", "recover_veryfy": "Recover and verify",
+    "general_error_title": "General title", "general_error_message": "General text",
+    "open_file_error_message": "Open text",
+    "recover_error_title": "Recover title", "recover_error_message": "Recover text"
+}, "menu": { "open": "Open" } })";
+
 /// The outside of the handler: a catalogue of its own, and a record of what is asked.
-class CRecordingServices final : public CMenuServices {
+class CRecordingServices : public CMenuServices {
 public:
-    /// Writes the catalogue's archive into `folder`.
-    explicit CRecordingServices(const CTempFolder& folder);
+    explicit CRecordingServices(const CTempFolder& folder) : m_archive(folder / "kestrix.bin") {
+        EXPECT_TRUE(mz_zip_add_mem_to_archive_file_in_place(
+            m_archive.string().c_str(), "scripts/language.en.js", kCatalogue, sizeof kCatalogue - 1,
+            nullptr, 0, MZ_DEFAULT_COMPRESSION));
+    }
 
     bool hasCatalogue = true;
     ResultCode result = kResultDone;
+    std::vector<std::pair<ActionCode, Paths>> sent;
+    Paths boxes;  ///< title, text, title, …
+    HWND owner = nullptr;
+    std::function<void(std::span<const CUTF16String>)> during;  ///< called while sending
 
-    struct Sent {
-        ActionCode action;
-        std::vector<std::u16string> files;
-        bool operator==(const Sent&) const = default;
-    };
-    std::vector<Sent> sent;
-    struct Box {
-        HWND owner;
-        std::u16string title;
-        std::u16string text;
-        bool operator==(const Box&) const = default;
-    };
-    std::vector<Box> boxes;
-
-    bool LoadCatalogue(Lang& lang) override;
-    ResultCode Send(ActionCode action, std::span<const CUTF16String> files) override;
-    void ShowMessage(HWND owner, const CUTF16String& title, const CUTF16String& text) override;
+    bool LoadCatalogue(Lang& lang) override {
+        lang.UseLanguages(std::u16string_view(u"en\0\0", 4));
+        return hasCatalogue && lang.Load(Utf16(m_archive));
+    }
+    ResultCode Send(ActionCode action, std::span<const CUTF16String> files) override {
+        if (during)
+            during(files);
+        for (Paths& paths = sent.emplace_back(action, Paths()).second;
+             const CUTF16String& file : files)
+            paths.emplace_back(file);
+        return result;
+    }
+    void ShowMessage(HWND over, const CUTF16String& title, const CUTF16String& text) override {
+        owner = over;
+        boxes.insert(boxes.end(), {std::u16string(title), std::u16string(text)});
+    }
 
 private:
-    CUTF16String m_archive;
+    std::filesystem::path m_archive;
 };
-
-// The smallest files of each kind that parse: no signer, no recipient, no content.
-std::string SignedFile();
-std::string EnvelopedFile();
-std::string SignedAndEnvelopedFile();
 
 class ContextMenuTest : public testing::Test {
 protected:
-    ContextMenuTest();
-    ~ContextMenuTest() override;
+    ContextMenuTest() {
+        CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+        handler.Attach(new CContextMenu(services));
+    }
+    ~ContextMenuTest() override { CoUninitialize(); }
 
-    HRESULT Select(const std::vector<std::wstring>& files);
-    HRESULT SelectBlock(std::optional<std::string> block);
-    HRESULT Query(UINT flags = CMF_NORMAL, UINT index = 0, UINT first = 100, UINT last = 0x7FFF);
-    HRESULT Invoke(UINT offset);
+    HRESULT SelectBlock(std::optional<std::string> block) {
+        CFakeDataObject data(std::move(block));
+        const HRESULT answer = handler->Initialize(nullptr, &data, nullptr);
+        EXPECT_TRUE(data.IsReturned());
+        return answer;
+    }
+    HRESULT Select(const std::vector<std::wstring>& files) { return SelectBlock(DropBlock(files)); }
 
-    /// Drawn gives a line an item: "-" or id, text, "*" for a picture, "!" for the default item.
-    std::string Drawn() const;
+    /// Query fills a new menu.
+    HRESULT Query(UINT flags = CMF_NORMAL, UINT first = 100, UINT last = 0x7FFF) {
+        menu.Reset(CreatePopupMenu());
+        return handler->QueryContextMenu(menu.Get(), 0, first, last, flags);
+    }
+    HRESULT Invoke(UINT offset) {
+        CMINVOKECOMMANDINFO info = {};
+        info.cbSize = sizeof info;
+        info.hwnd = GetDesktopWindow();
+        info.lpVerb = MAKEINTRESOURCEA(offset);
+        return handler->InvokeCommand(&info);
+    }
 
-    /// Path writes a file into the test's folder and gives its path.
-    std::wstring Path(const std::string& name, const std::string& bytes = "content") const;
+    /// Drawn gives a line an item: "-" or id, text, picture and "!" for the default item.
+    std::string Drawn() const {
+        std::string drawn;
+        for (int i = 0; i < GetMenuItemCount(menu.Get()); ++i) {
+            wchar_t label[100] = {};
+            MENUITEMINFOW item = {};
+            item.cbSize = sizeof item;
+            item.fMask = MIIM_FTYPE | MIIM_ID | MIIM_STRING | MIIM_BITMAP;
+            item.dwTypeData = label;
+            item.cch = 100;
+            EXPECT_TRUE(GetMenuItemInfoW(menu.Get(), static_cast<UINT>(i), TRUE, &item));
+            if (item.fType & MFT_SEPARATOR) {
+                drawn += "-\n";
+                continue;
+            }
+            const bool isDefault = item.wID == GetMenuDefaultItem(menu.Get(), FALSE, 0);
+            drawn += std::to_string(item.wID) + " " + Utf8FromUtf16(Utf16(label)).CStr();
+            for (std::uint16_t icon = 205; item.hbmpItem && icon <= 207; ++icon)
+                drawn += item.hbmpItem == MenuBitmap(icon) ? " " + std::to_string(icon) : "";
+            drawn += isDefault ? "!\n" : "\n";
+        }
+        return drawn;
+    }
+
+    /// Container makes a file with the bytes of one of the corpus.
+    std::wstring Container(const char* name, const std::string& original) const {
+        return folder.Write(name, ReadBytes(TestDataPath("corpus/" + original))).wstring();
+    }
 
     CTempFolder folder;
     CRecordingServices services{folder};
     Microsoft::WRL::ComPtr<CContextMenu> handler;
     CUniqueMenu menu;
     CTraceListener trace;
+    const std::wstring text = L"C:\\a, b.txt";
+    const std::wstring isSigned = Container("signed.p7", "hand-no-signers.p7");
+    const std::wstring isEncrypted = Container("encrypted.P7", "hand-env-norecip.p7m");
+    const std::wstring isBoth = Container("both, \xc3\xa9.p7", "capi-sae-1x1.p7m");
+    const std::wstring isBroken = folder.Write("broken.p7", "no container").wstring();
 };
-
-/// The code of a menu that was filled.
-inline constexpr HRESULT kFilled = 3;
 
 }  // namespace tarnwell::test

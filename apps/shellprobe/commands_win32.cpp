@@ -3,11 +3,11 @@
 #include <cstdio>
 
 #include "common/system/json/json_line.h"
+#include "common/system/os/process_counts.h"
 #include "common/system/text/convert.h"
 #include "shellprobe/box_answerer.h"
 #include "shellprobe/context_menu_host.h"
 #include "shellprobe/data_object.h"
-#include "shellprobe/process_counts.h"
 #include "version.h"
 
 namespace tarnwell::shellprobe {

@@ -13,20 +13,18 @@
 
 namespace {
 
-SOCKET s_listener = INVALID_SOCKET;
-
 /// Listen opens a loopback port of the system's choice and gives its digits.
-std::string Listen() {
+std::string Listen(SOCKET& listener) {
     WSADATA data;
     WSAStartup(MAKEWORD(2, 2), &data);
-    s_listener = socket(AF_INET, SOCK_STREAM, 0);
+    listener = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     int length = sizeof address;
-    if (bind(s_listener, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
-        listen(s_listener, 1) != 0 ||
-        getsockname(s_listener, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+    if (bind(listener, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+        listen(listener, 1) != 0 ||
+        getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0)
         std::exit(2);
     return std::to_string(ntohs(address.sin_port));
 }
@@ -38,8 +36,8 @@ void Write(std::string_view text) {
 }
 
 /// Answer takes one request, keeps it for the test, and sends `bytes`.
-void Answer(std::string_view bytes) {
-    const SOCKET peer = accept(s_listener, nullptr, nullptr);
+void Answer(SOCKET listener, std::string_view bytes) {
+    const SOCKET peer = accept(listener, nullptr, nullptr);
     std::string request;
     while (!request.ends_with("\r\n\r\n")) {
         char buffer[65536];
@@ -54,68 +52,35 @@ void Answer(std::string_view bytes) {
     closesocket(peer);
 }
 
-/// Reset tears a connection down in the middle of its answer: closing with unread bytes does.
-void Reset() {
-    const SOCKET peer = accept(s_listener, nullptr, nullptr);
-    constexpr std::string_view half = "HTTP/1.0 200 OK\r\nX-Half: ";
-    send(peer, half.data(), static_cast<int>(half.size()), 0);
-    Sleep(200);  // the request arrives
-    closesocket(peer);
-}
-
-constexpr std::string_view kOkay = "HTTP/1.0 200 OK\r\nServer: fake\r\n\r\n";
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2 || std::string_view(argv[1]) != "/standalone")
-        return 4;
     const char* chosen = std::getenv("FAKE_MANAGER");
-    const std::string_view behaviour = chosen ? chosen : "okay";
+    if (argc != 2 || std::string_view(argv[1]) != "/standalone" || !chosen)
+        return 4;
+    const std::string_view behaviour = chosen;
     if (behaviour == "silent")
         return 0;
-    if (behaviour == "twelve digits") {
-        Write("999999999999");
-        return 0;
-    }
-    if (behaviour == "not a port") {
-        Write("port 80");
-        return 0;
-    }
-    const std::string port = Listen();
-    if (behaviour == "line end") {
-        Write(port + "\r\n");
-    } else if (behaviour == "two pieces") {
+    SOCKET listener = INVALID_SOCKET;
+    const std::string port = Listen(listener);
+    if (behaviour == "two pieces") {
         Write(std::string_view(port).substr(0, port.size() - 1));
         Sleep(200);
         Write(std::string_view(port).substr(port.size() - 1));
+    } else if (behaviour == "line end") {
+        Write(port + "\r\n");
+    } else if (behaviour == "twelve digits") {
+        Write("999999999999");
     } else if (behaviour == "gone") {
-        closesocket(s_listener);  // the port is free again before anybody learns of it
+        closesocket(listener);  // the port is free again before anybody learns of it
         Write(port);
-    } else if (behaviour == "okay") {
-        Write(port);
-        Answer(kOkay);
-    } else if (behaviour == "stays") {
-        Write(port);
-        Answer(kOkay);
-        Sleep(3000);
-    } else if (behaviour == "status 500") {
-        Write(port);
-        Answer("HTTP/1.0 500 Internal Server Error\r\nContent-Length: 0\r\n\r\n");
-    } else if (behaviour == "nonsense") {
-        Write(port);
-        Answer("\x16\x03\x01\x02 what?\n\n");
-    } else if (behaviour == "HTTP/2") {
-        Write(port);
-        Answer("HTTP/2 200 OK\r\n\r\n");
-    } else if (behaviour == "says nothing") {
-        Write(port);
-        Answer("");
-    } else if (behaviour == "resets") {
-        Write(port);
-        Reset();
     } else {
-        return 5;
+        Write(port);
+        Answer(listener, behaviour == "nonsense"     ? "\x16\x03\x01\x02 what?\n\n"
+                         : behaviour == "status 500" ? "HTTP/1.0 500 Internal Server Error\r\n\r\n"
+                                                     : "HTTP/1.0 200 OK\r\nServer: fake\r\n\r\n");
+        if (behaviour == "stays")
+            Sleep(3000);
     }
     return 0;
 }

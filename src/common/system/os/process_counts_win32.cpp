@@ -1,4 +1,4 @@
-#include "shellprobe/process_counts.h"
+#include "common/system/os/process_counts.h"
 
 #include <cstddef>
 #include <cstring>
@@ -8,8 +8,16 @@
 // Windows last.
 #include <winternl.h>
 
-namespace tarnwell::shellprobe {
+namespace tarnwell {
 namespace {
+
+/// NtFunction asks for a function of ntdll.dll by name: its import library would bring the DLL's
+/// copy of the C runtime into every program that links this room.
+template <class Function>
+Function* NtFunction(const char* name) noexcept {
+    return reinterpret_cast<Function*>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), name)));
+}
 
 void CountHeaps(ProcessCounts& counts) {
     std::vector<HANDLE> heaps(GetProcessHeaps(0, nullptr) + 16);
@@ -54,10 +62,11 @@ std::uint64_t CountHandles() {
     constexpr auto kHandleInformation = static_cast<SYSTEM_INFORMATION_CLASS>(16);
     constexpr std::size_t kFirstEntry = 8;  // behind the number of entries, aligned
 
+    const auto query = NtFunction<decltype(NtQuerySystemInformation)>("NtQuerySystemInformation");
     std::vector<std::byte> table(1 << 16);
     ULONG needed = 0;
-    while (NtQuerySystemInformation(kHandleInformation, table.data(),
-                                    static_cast<ULONG>(table.size()), &needed) < 0) {
+    while (!query ||
+           query(kHandleInformation, table.data(), static_cast<ULONG>(table.size()), &needed) < 0) {
         if (table.size() > (std::size_t{1} << 28))
             return 0;
         table.resize(table.size() * 2);
@@ -80,9 +89,10 @@ std::uint64_t CountGdiObjects() {
     constexpr std::size_t kEntries = 0x4000;
     constexpr std::size_t kEntryBytes = 24;
     constexpr std::size_t kTypeInEntry = 14;  // 0 for an entry that is free
+    const auto query = NtFunction<decltype(NtQueryInformationProcess)>("NtQueryInformationProcess");
     PROCESS_BASIC_INFORMATION process = {};
-    if (NtQueryInformationProcess(GetCurrentProcess(), ProcessBasicInformation, &process,
-                                  sizeof process, nullptr) < 0)
+    if (!query ||
+        query(GetCurrentProcess(), ProcessBasicInformation, &process, sizeof process, nullptr) < 0)
         return 0;
     const auto* peb = reinterpret_cast<const char*>(process.PebBaseAddress);
     const char* table = nullptr;
@@ -104,4 +114,4 @@ ProcessCounts CountProcess() {
     return counts;
 }
 
-}  // namespace tarnwell::shellprobe
+}  // namespace tarnwell

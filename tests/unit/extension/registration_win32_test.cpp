@@ -1,40 +1,54 @@
 #include "tarnwell/win32/registration.h"
 
 #include "common/system/os/install_paths.h"
-#include "common/system/os/owners_win32.h"
+#include "common/system/os/settings_win32.h"
 #include "common/system/text/convert.h"
-#include "support/registry_snapshot_win32.h"
+#include "support/temp_folder.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <map>
 #include <string>
 
 namespace tarnwell {
 namespace {
 
-using test::ReadRegistry;
-using test::RegistrySnapshot;
+/// Every key below a root by its path from there, with its texts ("" is the default value).
+using Snapshot = std::map<std::string, std::map<std::string, std::string>>;
+
+std::string Utf8(const CUTF16String& text) {
+    return Utf8FromUtf16(text).CStr();
+}
+
+void ReadBelow(HKEY root, const std::string& prefix, Snapshot& snapshot) {
+    for (const CUTF16String& name : CSettingsKey::Open(root, u"").SubKeys()) {
+        const CSettingsKey key = CSettingsKey::Open(root, name);
+        auto& values = snapshot[prefix + Utf8(name)];
+        for (const CUTF16String& value : key.ValueNames())
+            values[Utf8(value)] = Utf8(key.QueryText(value).value_or(u"no text"));
+        ReadBelow(key.Get(), prefix + Utf8(name) + "\\", snapshot);
+    }
+}
 
 /// A key of the test's own in place of HKEY_CLASSES_ROOT.
 class RegistrationTest : public testing::Test {
 protected:
-    RegistrationTest()
-        : m_name(L"Software\\TarnwellTest" + std::to_wstring(GetCurrentProcessId())) {
-        RegDeleteTreeW(HKEY_CURRENT_USER, m_name.c_str());
-        RegCreateKeyExW(HKEY_CURRENT_USER, m_name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                        m_root.Put(), nullptr);
-    }
-    ~RegistrationTest() override { RegDeleteTreeW(HKEY_CURRENT_USER, m_name.c_str()); }
+    ~RegistrationTest() override { RegDeleteTreeW(HKEY_CURRENT_USER, Wide(m_name)); }
 
-    void Put(const wchar_t* key, const wchar_t* name, const wchar_t* text) {
-        ASSERT_EQ(RegSetKeyValueW(m_root.Get(), key, name, REG_SZ, text,
-                                  static_cast<DWORD>((std::wstring(text).size() + 1) * 2)),
-                  ERROR_SUCCESS);
+    void Put(const CUTF16String& key, const CUTF16String& name) {
+        ASSERT_TRUE(CSettingsKey::Create(Root(), key).SetText(name, u"theirs"));
+    }
+    Snapshot Read() const {
+        Snapshot snapshot;
+        ReadBelow(Root(), "", snapshot);
+        return snapshot;
     }
     HKEY Root() const { return m_root.Get(); }
 
-    std::wstring m_name;
-    CUniqueRegistryKey m_root;
+    const CUTF16String m_name =
+        Utf16FromUtf8(("Software\\TarnwellTest" + std::to_string(GetCurrentProcessId())).c_str());
+    const CSettingsKey m_root = CSettingsKey::Create(HKEY_CURRENT_USER, m_name);
 };
 
 constexpr RegistrationRow kRows[] = {
@@ -46,7 +60,7 @@ constexpr RegistrationRow kRows[] = {
 };
 const CUTF16String kModule(u"C:\\it's \u20ac\\a.dll");
 
-const RegistrySnapshot kWritten = {
+const Snapshot kWritten = {
     {"shared", {{"", "new"}}},
     {"shared\\ours", {{"", "{0D526B21-4823-426D-A4B4-1AD3B8305EFC}"}}},
     {"shared\\ours\\below", {{"", "C:\\it's \u20ac\\a.dll"}, {"Name", "Text"}}},
@@ -54,86 +68,84 @@ const RegistrySnapshot kWritten = {
     {"shared\\plain\\empty", {}},
 };
 
-TEST_F(RegistrationTest, WritesKeysAndValuesAsOftenAsAsked) {
-    for (int round = 0; round < 3; ++round) {
-        ASSERT_EQ(WriteRows(Root(), kRows, kModule), S_OK);
-        EXPECT_EQ(ReadRegistry(Root()), kWritten);
-    }
-}
-
 TEST_F(RegistrationTest, WritingEmptiesOnlyForcedKeysFirst) {
-    Put(L"shared", L"", L"old");
-    Put(L"shared", L"theirs", L"kept");
-    Put(L"shared\\theirs", L"", L"kept");
-    Put(L"shared\\ours", L"stale", L"gone");
-    Put(L"shared\\ours\\stale\\deep", L"", L"gone");
-    Put(L"shared\\plain", L"theirs", L"kept");
-    Put(L"shared\\plain\\theirs", L"", L"kept");
-    ASSERT_EQ(WriteRows(Root(), kRows, kModule), S_OK);
-    RegistrySnapshot expected = kWritten;
-    expected["shared"]["theirs"] = "kept";
-    expected["shared\\theirs"][""] = "kept";
-    expected["shared\\plain"]["theirs"] = "kept";
-    expected["shared\\plain\\theirs"][""] = "kept";
-    EXPECT_EQ(ReadRegistry(Root()), expected);
+    Put(u"shared", u"");
+    Put(u"shared", u"more");
+    Put(u"shared\\more", u"");
+    Put(u"shared\\ours", u"stale");
+    Put(u"shared\\ours\\stale\\deep", u"");
+    Put(u"shared\\plain", u"more");
+    Put(u"shared\\plain\\more", u"");
+    Snapshot expected = kWritten;
+    for (const char* key : {"shared", "shared\\plain"}) {
+        expected[key]["more"] = "theirs";
+        expected[std::string(key) + "\\more"][""] = "theirs";
+    }
+    for (int round = 0; round < 2; ++round) {
+        ASSERT_EQ(WriteRows(Root(), kRows, kModule), S_OK);
+        EXPECT_EQ(Read(), expected);
+    }
 }
 
 TEST_F(RegistrationTest, RemovingTakesOnlyWhatIsOurs) {
     ASSERT_EQ(WriteRows(Root(), kRows, kModule), S_OK);
-    Put(L"shared\\ours\\below\\more", L"", L"goes with the forced key");
-    ASSERT_EQ(RemoveRows(Root(), kRows), S_OK);
-    EXPECT_EQ(ReadRegistry(Root()), (RegistrySnapshot{{"shared", {{"", "new"}}}}));
-}
-
-TEST_F(RegistrationTest, RemovingLeavesAPlainKeyWithForeignKeysBelow) {
-    ASSERT_EQ(WriteRows(Root(), kRows, kModule), S_OK);
-    Put(L"shared\\plain\\theirs", L"", L"kept");
-    ASSERT_EQ(RemoveRows(Root(), kRows), S_OK);
-    EXPECT_EQ(ReadRegistry(Root()),
-              (RegistrySnapshot{{"shared", {{"", "new"}}},
-                                {"shared\\plain", {{"", "d"}}},  // its named value is gone
-                                {"shared\\plain\\theirs", {{"", "kept"}}}}));
-}
-
-TEST_F(RegistrationTest, RemovingWhatIsNotThereIsNoFailure) {
+    EXPECT_EQ(Read(), kWritten);
+    Put(u"shared\\ours\\below\\more", u"");  // goes with the forced key
+    Put(u"shared\\plain\\more", u"");
+    Snapshot expected = {{"shared", {{"", "new"}}},
+                         {"shared\\plain", {{"", "d"}}},  // its named value is gone
+                         {"shared\\plain\\more", {{"", "theirs"}}}};
     EXPECT_EQ(RemoveRows(Root(), kRows), S_OK);
-    EXPECT_EQ(UpdateAllClasses(ERegistryUpdate::kUnregister, Root()), S_OK);
-    EXPECT_TRUE(ReadRegistry(Root()).empty());
+    EXPECT_EQ(Read(), expected);
+    ASSERT_TRUE(m_root.DeleteKey(u"shared\\plain\\more"));
+    for (int round = 0; round < 2; ++round) {  // what is missing is no failure
+        EXPECT_EQ(RemoveRows(Root(), kRows), S_OK);
+        EXPECT_EQ(Read(), (Snapshot{{"shared", {{"", "new"}}}}));
+    }
 }
 
-TEST_F(RegistrationTest, TheFirstFailureIsTheResult) {
-    RegDeleteKeyW(HKEY_CURRENT_USER, m_name.c_str());    // the root is open, but gone
-    const auto gone = static_cast<HRESULT>(0x800703FA);  // ERROR_KEY_DELETED
-    EXPECT_EQ(WriteRows(Root(), kRows, kModule), gone);
-    EXPECT_EQ(UpdateAllClasses(ERegistryUpdate::kRegister, Root()), gone);
-}
-
-TEST_F(RegistrationTest, WhatWasWrittenBeforeAFailureStays) {
+TEST_F(RegistrationTest, TheFirstFailureIsTheResultAndWhatWasWrittenStays) {
     const std::u16string tooLong(300, u'k');  // a key's name has at most 255 units
     const RegistrationRow rows[] = {
         {u"first", ERowFlag::kKeep}, {tooLong, ERowFlag::kKeep}, {u"third", ERowFlag::kKeep}};
     EXPECT_TRUE(FAILED(WriteRows(Root(), rows, kModule)));
-    EXPECT_EQ(ReadRegistry(Root()), (RegistrySnapshot{{"first", {}}}));
+    EXPECT_EQ(Read(), (Snapshot{{"first", {}}}));
+
+    RegDeleteTreeW(HKEY_CURRENT_USER, Wide(m_name));     // the root is open, but gone
+    const auto gone = static_cast<HRESULT>(0x800703FA);  // ERROR_KEY_DELETED
+    EXPECT_EQ(UpdateAllClasses(ERegistryUpdate::kRegister, Root()), gone);
 }
 
 TEST_F(RegistrationTest, TheModuleRegistersItsOwnPathAndLeavesTheTypesBehind) {
     ASSERT_EQ(UpdateAllClasses(ERegistryUpdate::kRegister, Root()), S_OK);
-    const RegistrySnapshot once = ReadRegistry(Root());
-    EXPECT_EQ(once.size(), 20u);
-    EXPECT_EQ(once.at("CLSID\\{B6F0B3F7-85B2-458A-8A87-46161C087722}\\InprocServer32").at(""),
-              Utf8FromUtf16(ModulePath()).CStr());
-    ASSERT_EQ(UpdateAllClasses(ERegistryUpdate::kRegister, Root()), S_OK);
-    EXPECT_EQ(ReadRegistry(Root()), once);
-
+    const Snapshot registered = Read();
+    EXPECT_EQ(registered.size(), 20u);
+    EXPECT_EQ(registered.at("CLSID\\{B6F0B3F7-85B2-458A-8A87-46161C087722}\\InprocServer32").at(""),
+              Utf8(ModulePath()));
     ASSERT_EQ(UpdateAllClasses(ERegistryUpdate::kUnregister, Root()), S_OK);
-    EXPECT_EQ(ReadRegistry(Root()),
-              (RegistrySnapshot{{".p7", {{"", "PKCS7File"}}},
-                                {".p7m", {{"", "PKCS7File"}}},
-                                {"*", {}},
-                                {"*\\shellex", {}},
-                                {"*\\shellex\\ContextMenuHandlers", {}},
-                                {"PKCS7File", {{"", "Encrypted/signed file (PKCS#7 format)"}}},
-                                {"CLSID", {}}}));
+    EXPECT_EQ(Read().size(), 7u);
+}
+
+TEST(Registration, AModulePathOf260UnitsIsRefused) {
+    const test::CTempFolder folder;
+    const std::wstring parent = L"\\\\?\\" + folder.Path().wstring() + L"\\";
+    const std::wstring deep = parent + std::wstring(260 + 4 - 13 - parent.size(), L'x');
+    const std::wstring file = deep + L"\\Tarnwell.dll";
+    ASSERT_EQ(file.size(), 260u + 4u);  // behind the prefix
+    CreateDirectoryW(deep.c_str(), nullptr);
+    const std::filesystem::path original = Wide(ModuleDirectory());
+    ASSERT_TRUE(CopyFileW((original / L"Tarnwell.dll").c_str(), file.c_str(), TRUE));
+    {
+        const CUniqueModule module(LoadLibraryW(file.c_str()));
+        for (const char* function : {"DllRegisterServer", "DllUnregisterServer"}) {
+            const auto entry = reinterpret_cast<HRESULT(WINAPI*)()>(
+                reinterpret_cast<void*>(GetProcAddress(module.Get(), function)));
+            ASSERT_NE(entry, nullptr);
+            EXPECT_EQ(entry(), kPathTooLong);
+        }
+    }
+    DeleteFileW(file.c_str());
+    RemoveDirectoryW(deep.c_str());
 }
 
 }  // namespace

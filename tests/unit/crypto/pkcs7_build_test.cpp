@@ -128,6 +128,7 @@ TEST(CPKCS7Build, ASigningThatFailsReportsItsOwnErrorAndNoOlderOne) {
     CPKCS7Build build(SIGN);
     Add(build, kRsa, CountingDigest(kFinal));
     CTraceListener trace;
+    ERR_clear_error();  // the one below is to be the oldest
     ERR_raise(ERR_LIB_USER, 77);
     EXPECT_EQ(build.Build(input, CUTF16String()), CPKCS7_ERROR{0x12});
     EXPECT_THAT(trace.Messages(), ElementsAre("PKCS7 data processing failed",

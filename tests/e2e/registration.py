@@ -9,6 +9,7 @@ import pathlib
 import re
 import shutil
 import subprocess
+import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -47,11 +48,14 @@ LEFT_BEHIND = [".p7", ".p7m", "*", "*\\shellex", "*\\shellex\\ContextMenuHandler
 
 def wine(*arguments, check=True) -> subprocess.CompletedProcess:
     environment = os.environ | {"TARNWELL_RAW_ARGS": "1", "TARNWELL_TIMEOUT": "60"}
-    done = subprocess.run([ROOT / "scripts/wine-run", *arguments], env=environment, timeout=90,
-                          capture_output=True, text=True, errors="replace")
+    # Into a file: Wine's services inherit the output and keep a pipe busy for seconds.
+    with tempfile.TemporaryFile("w+", errors="replace") as output:
+        done = subprocess.run([ROOT / "scripts/wine-run", *arguments], env=environment, timeout=90,
+                              stdout=output, stderr=subprocess.STDOUT)
+        output.seek(0)
+        done.stdout = output.read()
     if check and done.returncode != 0:
-        raise AssertionError(f"{arguments} ended with {done.returncode}: {done.stdout}"
-                             f"{done.stderr}")
+        raise AssertionError(f"{arguments} ended with {done.returncode}: {done.stdout}")
     return done
 
 

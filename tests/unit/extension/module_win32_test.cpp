@@ -1,10 +1,8 @@
 #include "tarnwell/win32/module.h"
 
-#include "support/heap_checks.h"
 #include "support/trace_listener.h"
 #include "tarnwell/win32/class_ids.h"
-#include "tarnwell/win32/class_object.h"
-#include "tarnwell/win32/com_object.h"
+#include "tarnwell/win32/guard.h"
 
 #include <gtest/gtest.h>
 
@@ -12,10 +10,10 @@
 #include <new>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 // Windows last.
 #include <objbase.h>
+#include <shlobj.h>
 #include <wrl/client.h>
 
 namespace tarnwell {
@@ -28,16 +26,15 @@ constexpr CLSID kHandlers[] = {CLSID_ContextMenu, CLSID_ExtractIcon, CLSID_Shell
 
 ComPtr<IClassFactory> ClassObject(REFCLSID classId) {
     ComPtr<IClassFactory> classObject;
-    EXPECT_EQ(DllGetClassObject(classId, kInterfaceId<IClassFactory>,
+    EXPECT_EQ(DllGetClassObject(classId, IID_IClassFactory,
                                 reinterpret_cast<void**>(classObject.GetAddressOf())),
               S_OK);
     return classObject;
 }
 
-template <class Interface>
-ComPtr<Interface> Create(REFCLSID classId) {
-    ComPtr<Interface> object;
-    EXPECT_EQ(ClassObject(classId)->CreateInstance(nullptr, kInterfaceId<Interface>,
+ComPtr<IUnknown> Create(REFCLSID classId) {
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(ClassObject(classId)->CreateInstance(nullptr, IID_IUnknown,
                                                    reinterpret_cast<void**>(object.GetAddressOf())),
               S_OK);
     return object;
@@ -55,7 +52,7 @@ TEST(Module, EachClassAnswersToItsInterfacesAndNoOthers) {
                  {CLSID_ExtractIcon, "yyy--y--"},
                  {CLSID_ShellHover, "yyy---y-"}};
     for (const auto& each : cases) {
-        const ComPtr<IUnknown> object = Create<IUnknown>(each.classId);
+        const ComPtr<IUnknown> object = Create(each.classId);
         std::string answers;
         for (const IID& id : all) {
             void* found = &answers;
@@ -77,14 +74,15 @@ TEST(Module, EachClassAnswersToItsInterfacesAndNoOthers) {
 
 TEST(Module, RefusesWhatItDoesNotHaveAndClearsTheResult) {
     const ComPtr<IClassFactory> factory = ClassObject(CLSID_ContextMenu);
-    const IID unknown = kInterfaceId<IUnknown>, classFactory = kInterfaceId<IClassFactory>;
-    EXPECT_EQ(DllGetClassObject(CLSID_ContextMenu, classFactory, nullptr), E_INVALIDARG);
-    EXPECT_EQ(factory->CreateInstance(nullptr, unknown, nullptr), E_POINTER);
+    EXPECT_EQ(DllGetClassObject(CLSID_ContextMenu, IID_IClassFactory, nullptr), E_INVALIDARG);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
     void* objects[4];
     std::ranges::fill(objects, &objects);
-    EXPECT_EQ(DllGetClassObject(kForeign, classFactory, &objects[0]), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(DllGetClassObject(kForeign, IID_IClassFactory, &objects[0]),
+              CLASS_E_CLASSNOTAVAILABLE);
     EXPECT_EQ(DllGetClassObject(CLSID_ContextMenu, kForeign, &objects[1]), E_NOINTERFACE);
-    EXPECT_EQ(factory->CreateInstance(factory.Get(), unknown, &objects[2]), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(factory->CreateInstance(factory.Get(), IID_IUnknown, &objects[2]),
+              CLASS_E_NOAGGREGATION);
     EXPECT_EQ(factory->CreateInstance(nullptr, kForeign, &objects[3]), E_NOINTERFACE);
     for (const void* object : objects)
         EXPECT_EQ(object, nullptr);
@@ -93,9 +91,9 @@ TEST(Module, RefusesWhatItDoesNotHaveAndClearsTheResult) {
 TEST(Module, IsKeptLoadedByObjectsServerLocksAndClassObjects) {
     for (const CLSID& handler : kHandlers) {
         EXPECT_EQ(DllCanUnloadNow(), S_OK);
-        ComPtr<IUnknown> object = Create<IUnknown>(handler);
+        ComPtr<IUnknown> object = Create(handler);
         ComPtr<IUnknown> second = object;
-        EXPECT_NE(Create<IUnknown>(handler).Get(), object.Get());
+        EXPECT_NE(Create(handler).Get(), object.Get());
         object.Reset();
         EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
         second.Reset();
@@ -109,45 +107,6 @@ TEST(Module, IsKeptLoadedByObjectsServerLocksAndClassObjects) {
         ClassObject(handler)->LockServer(FALSE);
         EXPECT_EQ(DllCanUnloadNow(), S_OK);
     }
-}
-
-TEST(Module, CountsRightFromManyThreads) {
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([] {
-            for (int round = 0; round < test::Size(2000, 100); ++round) {
-                Create<IUnknown>(kHandlers[round % 3]);
-                DllCanUnloadNow();
-            }
-        });
-    threads.clear();
-    EXPECT_EQ(DllCanUnloadNow(), S_OK);
-}
-
-class CThrowing final : public CComObject<IPersist> {
-public:
-    CThrowing() { throw std::bad_alloc(); }
-    STDMETHODIMP GetClassID(CLSID*) noexcept override { return E_NOTIMPL; }
-};
-
-TEST(ClassObject, TurnsWhatAConstructorThrowsIntoAResult) {
-    ComPtr<IClassFactory> classObject;
-    *classObject.GetAddressOf() = CClassObject<CThrowing>::Make();
-    void* object = &object;
-    EXPECT_EQ(classObject->CreateInstance(nullptr, IID_IUnknown, &object), E_OUTOFMEMORY);
-    EXPECT_EQ(object, nullptr);
-    EXPECT_EQ(DllCanUnloadNow(), S_OK);
-}
-
-TEST(PersistFile, KnowsItsClassAndOnlyReads) {
-    const ComPtr<IPersistFile> file = Create<IPersistFile>(CLSID_ShellHover);
-    CLSID classId{};
-    EXPECT_EQ(file->GetClassID(&classId), S_OK);
-    EXPECT_TRUE(IsEqualCLSID(classId, CLSID_ShellHover));
-    EXPECT_EQ(file->GetClassID(nullptr), E_POINTER);
-    EXPECT_EQ(file->Load(L"Z:\\not\\there.p7m", STGM_READWRITE), S_OK);
-    EXPECT_EQ(file->Load(nullptr, 0), E_INVALIDARG);
-    EXPECT_EQ(file->Save(L"x", FALSE), E_NOTIMPL);
 }
 
 TEST(Guard, BracketsTheCallAndReportsWhatWasThrown) {

@@ -14,7 +14,6 @@
 #include <filesystem>
 #include <new>
 #include <set>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -26,21 +25,18 @@ using Lines = std::vector<std::string>;
 
 constexpr const char* kContent = "Orchard: forty baskets.\n";  // of bc-rsa.p7
 
-std::vector<fs::path> s_opened;
+std::set<fs::path> s_opened;
 std::intptr_t s_shellResult;
 
 std::intptr_t Record(const CUTF16String& file) {
-    s_opened.emplace_back(Wide(file));
+    s_opened.emplace(Wide(file));
     return s_shellResult;
 }
 
 /// Files of the corpus in a folder of the test's own, under other names.
 class OpenSignedFileTest : public testing::Test {
 protected:
-    OpenSignedFileTest() {
-        s_opened.clear();
-        s_shellResult = 33;
-    }
+    OpenSignedFileTest() { s_shellResult = 33; }
 
     CUTF16String Put(const std::string& fromCorpus, const char* name) const {
         return test::Utf16(
@@ -54,45 +50,48 @@ protected:
     test::CTempFolder m_folder;
 };
 
-TEST_F(OpenSignedFileTest, WritesTheContentOfSignedFilesBesideThemAndOpensIt) {
-    const Lines notSigned{"The file is not only signed"};
+TEST_F(OpenSignedFileTest, WritesTheContentOfTheFirstSignedFileBesideItAndOpensIt) {
+    ManagerSurroundings surroundings;
+    surroundings.openFile = &Record;
+    surroundings.createPipe = [](auto&, auto&) -> bool { throw "the manager is not needed"; };
+    const char* notSigned = "The file is not only signed";
+    const char* unreadable = "Failed to create PKCS7 from encrypted file";
     const struct {
         const char* file;
         const char* name;
         std::intptr_t shell;
         ResultCode result;
         const char* opened = nullptr;
-        Lines messages = {};
+        const char* message = nullptr;
     } cases[] = {
         {"bc-rsa.p7", "r\u00e9port, 1.txt.p7m", 33, kResultDone, "r\u00e9port, 1.txt"},
         {"bc-rsa.p7", "32.txt.p7", 32, kResultDone, "32.txt"},
-        {"bc-rsa.p7", "31.p7", 31, kResultOpenFailed, "31", {"We could not open file"}},
+        {"bc-rsa.p7", "31.p7", 31, kResultOpenFailed, "31", "We could not open file"},
         {"bc-rsa.p7", "no dot", 33, kResultDone, "no dot"},
         {"hand-bad-signature.p7", "a.p7", 33, kResultDone, "a"},  // signatures are not judged
         {"bc-env-3des.p7m", "b.p7", 33, kResultFailed, nullptr, notSigned},
         {"capi-sae-noattr.p7m", "c.p7", 33, kResultFailed, nullptr, notSigned},
-        {"nonp7-html.p7",
-         "d.p7",
-         33,
-         kResultFailed,
-         nullptr,
-         {"Failed to create PKCS7 from encrypted file"}},
+        {"nonp7-html.p7", "d.p7", 33, kResultFailed, nullptr, unreadable},
+        {nullptr, "missing.p7", 33, kResultFailed},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.name);
         s_opened.clear();
         s_shellResult = each.shell;
-        const CUTF16String file = Put(each.file, each.name);
-        std::set<fs::path> files = Files();
-        const test::CTraceListener trace;
-        EXPECT_EQ(OpenSignedFile(file, &Record), each.result);
-        EXPECT_EQ(trace.Messages(), each.messages);
+        if (each.file)
+            Put(each.file, each.name);
+        std::set<fs::path> files = Files(), opened;
         if (each.opened)
-            files.insert(m_folder / each.opened);
+            opened.insert(m_folder / each.opened);
+        const CUTF16String selected[] = {test::Utf16(m_folder / each.name), u"C:\\second.p7"};
+        const test::CTraceListener trace;
+        EXPECT_EQ(SendToServer(kActionOpen, selected, surroundings), each.result);
+        EXPECT_EQ(trace.Messages(), each.message ? Lines{each.message} : Lines());
+        EXPECT_EQ(s_opened, opened);
+        files.merge(opened);
         EXPECT_EQ(Files(), files);
-        EXPECT_EQ(s_opened,
-                  each.opened ? std::vector{m_folder / each.opened} : std::vector<fs::path>());
     }
+    EXPECT_EQ(SendToServer(kActionOpen, {}, surroundings), kResultFailed);
     EXPECT_EQ(test::ReadBytes(m_folder / "r\u00e9port, 1.txt"), kContent);
     EXPECT_EQ(test::ReadBytes(m_folder / "31"), kContent);
     EXPECT_EQ(fs::file_size(m_folder / "a"), 28u);
@@ -114,31 +113,6 @@ TEST_F(OpenSignedFileTest, NeverTruncatesAnOlderContent) {
     EXPECT_EQ(Files(), files);
 }
 
-TEST_F(OpenSignedFileTest, IsWhatTheRequestDoesForItsFirstFile) {
-    ManagerSurroundings surroundings;
-    surroundings.openFile = &Record;
-    surroundings.createPipe = [](CUniqueHandle&, CUniqueHandle&) -> bool {
-        throw std::logic_error("nothing is sent");
-    };
-    const CUTF16String signedFile = Put("bc-rsa.p7", "1.txt.p7");
-    const CUTF16String missing = test::Utf16(m_folder / "missing.p7");
-    const struct {
-        std::vector<CUTF16String> files;
-        ResultCode result;
-    } cases[] = {{{}, kResultFailed},
-                 {{missing, signedFile}, kResultFailed},
-                 {{signedFile, missing}, kResultDone}};
-    for (const auto& each : cases) {
-        EXPECT_TRUE(s_opened.empty());
-        test::CTraceListener trace;
-        EXPECT_EQ(SendToServer(kActionOpen, each.files, surroundings), each.result);
-        EXPECT_TRUE(trace.Messages().empty());
-        EXPECT_EQ(trace.Lines().front(), "enter SendToServer");
-        EXPECT_EQ(trace.Lines().back(), "leave SendToServer");
-    }
-    EXPECT_EQ(s_opened, std::vector{m_folder / "1.txt"});
-}
-
 TEST_F(OpenSignedFileTest, WithoutAProgramForTheContentItStays) {
     EXPECT_EQ(OpenSignedFile(Put("bc-rsa.p7", "a.twnobody.p7")), kResultOpenFailed);
     EXPECT_EQ(test::ReadBytes(m_folder / "a.twnobody"), kContent);
@@ -149,11 +123,11 @@ TEST_F(OpenSignedFileTest, KeepsNothingOfTheFilesItOpened) {
         GTEST_SKIP() << "a checked heap keeps released blocks for a while";
     const CUTF16String files[] = {Put("bc-rsa.p7", "a.txt.p7"), Put("bc-env-3des.p7m", "b.txt.p7"),
                                   Put("nonp7-html.p7", "c.txt.p7")};
+    const ShellOpener failing = [](auto&) -> std::intptr_t { throw std::bad_alloc(); };
     const auto rounds = [&](int count) {
         for (int i = 0; i < count; ++i)
             for (const CUTF16String& file : files)
-                OpenSignedFile(
-                    file, [](const CUTF16String&) -> std::intptr_t { throw std::bad_alloc(); });
+                EXPECT_EQ(OpenSignedFile(file, failing), kResultFailed);
     };
     rounds(3);
     CountProcess();

@@ -116,16 +116,6 @@ TEST_F(RegistrationTest, TheFirstFailureIsTheResultAndWhatWasWrittenStays) {
     EXPECT_EQ(UpdateAllClasses(ERegistryUpdate::kRegister, Root()), gone);
 }
 
-TEST_F(RegistrationTest, TheModuleRegistersItsOwnPathAndLeavesTheTypesBehind) {
-    ASSERT_EQ(UpdateAllClasses(ERegistryUpdate::kRegister, Root()), S_OK);
-    const Snapshot registered = Read();
-    EXPECT_EQ(registered.size(), 20u);
-    EXPECT_EQ(registered.at("CLSID\\{B6F0B3F7-85B2-458A-8A87-46161C087722}\\InprocServer32").at(""),
-              Utf8(ModulePath()));
-    ASSERT_EQ(UpdateAllClasses(ERegistryUpdate::kUnregister, Root()), S_OK);
-    EXPECT_EQ(Read().size(), 7u);
-}
-
 TEST(Registration, AModulePathOf260UnitsIsRefused) {
     const test::CTempFolder folder;
     const std::wstring parent = L"\\\\?\\" + folder.Path().wstring() + L"\\";

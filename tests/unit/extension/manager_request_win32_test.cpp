@@ -97,7 +97,7 @@ TEST_F(SendToServerTest, EveryKindOfManagerEndsAsDescribedAndLeavesNoHandleOpen)
 
         const std::uint64_t handles = CountProcess().handles;
         ASSERT_NE(handles, 0u);
-        const int rounds = each.behaviour == kMissing ? test::Size(1000, 50) : test::Size(20, 2);
+        const int rounds = each.behaviour == kMissing ? test::Size(1000, 10) : test::Size(20, 1);
         for (int i = 0; i < rounds; ++i)
             SendToServer(kActionEncrypt, kFiles, m_surroundings);
         EXPECT_EQ(CountProcess().handles, handles);

@@ -191,7 +191,8 @@ function(tarnwell_e2e_tests)
         endif()
         get_filename_component(name ${script} NAME_WE)
         add_test(NAME e2e_${name} COMMAND ${script})
-        set_tests_properties(e2e_${name} PROPERTIES LABELS e2e TIMEOUT 600 ENVIRONMENT
+        # The costly ones start first, so that no core waits for the last of them.
+        set_tests_properties(e2e_${name} PROPERTIES LABELS e2e COST 100 TIMEOUT 600 ENVIRONMENT
             "TARNWELL_BUILD=${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
     endforeach()
 endfunction()

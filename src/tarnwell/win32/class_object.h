@@ -21,13 +21,7 @@ public:
     static IClassFactory* Make() { return new CClassObject; }
 
     STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-        if (!object)
-            return E_POINTER;
-        *object = FindInterface<IClassFactory>(this, id);
-        if (!*object)
-            return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
+        return AnswerQuery<IClassFactory>(this, id, object);
     }
 
     /// AddRef locks the module for each reference beyond the cache's, so that nobody outside is

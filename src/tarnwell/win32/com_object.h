@@ -25,13 +25,7 @@ public:
     /// QueryInterface gives a counted pointer; E_POINTER for a null `object`, E_NOINTERFACE (and a
     /// null *object) for an interface not offered.
     STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept final {
-        if (!object)
-            return E_POINTER;
-        *object = FindInterface<Interfaces...>(this, id);
-        if (!*object)
-            return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
+        return AnswerQuery<Interfaces...>(this, id, object);
     }
 
     STDMETHODIMP_(ULONG) AddRef() noexcept final { return ++m_references; }

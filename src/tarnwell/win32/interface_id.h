@@ -73,13 +73,19 @@ bool Covers(REFIID id) noexcept {
     return false;
 }
 
-/// FindInterface gives `object` as the first of `Interfaces` that covers `id`, without counting a
-/// reference; null when none does.
+/// AnswerQuery is the whole of QueryInterface for `object`, which offers `Interfaces`: a counted
+/// pointer to the first that covers `id`. E_POINTER for a null `answer`; E_NOINTERFACE, and a null
+/// *answer, for an interface not offered.
 template <class... Interfaces, class Object>
-void* FindInterface(Object* object, REFIID id) noexcept {
-    void* found = nullptr;
-    (void)((Covers<Interfaces>(id) && (found = static_cast<Interfaces*>(object))) || ...);
-    return found;
+HRESULT AnswerQuery(Object* object, REFIID id, void** answer) noexcept {
+    if (!answer)
+        return E_POINTER;
+    *answer = nullptr;
+    (void)((Covers<Interfaces>(id) && (*answer = static_cast<Interfaces*>(object))) || ...);
+    if (!*answer)
+        return E_NOINTERFACE;
+    object->AddRef();
+    return S_OK;
 }
 
 }  // namespace tarnwell

@@ -157,6 +157,8 @@ cp "$desk"/*.txt "$out/originals"
 title "The menu of one text file"
 tell "Any file that is not a .p7 gets the three protecting commands, each with its picture."
 show_menu "$one"
+tell "(Wine draws menu pictures without their transparency, hence the dark corners in the" \
+    "photographs; Windows blends them into the menu.)"
 popup 1-menu-text-file "$one"
 close_popup
 
@@ -233,7 +235,7 @@ mv "$manager" "$manager.away"
 popup 5-choosing-sign "$one"
 click 100 75
 wait_for_change
-picture 6-manager-missing
+picture 6-manager-missing +40+40
 xdotool key Return
 wait "$popup_pid" || true
 tell "The same, as data:"

@@ -34,7 +34,7 @@ class CLineLock {
 public:
     explicit CLineLock(HANDLE file) noexcept : m_file(file) {
         constexpr int kYields = 30;
-        const ULONGLONG end = GetTickCount64() + 250;  // ms: longer than a busy machine's pauses
+        const ULONGLONG end = GetTickCount64() + 1000;  // ms: longer than a busy machine's pauses
         for (int i = 0; !m_held && (i < kYields || GetTickCount64() < end); ++i) {
             if (i > 0)
                 Sleep(i < kYields ? 0 : 1);

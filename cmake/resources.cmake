@@ -1,11 +1,27 @@
 # The extension's DLL: its resources, the icons in them, and how it is linked.
 
-# tarnwell_icon(<svg> <ico> <sizes>): builds an icon of those square sizes from a drawing.
-function(tarnwell_icon svg ico sizes)
+# tarnwell_icon(<name> <result> [SOFT] <size>...): builds <name>.ico of those square sizes from
+# assets/<name>_<size>.svg, where a size has a drawing of its own, else from assets/<name>.svg. SOFT
+# keeps half-transparent pixels. Appends the icon's path to the list <result>.
+function(tarnwell_icon name result)
+    cmake_parse_arguments(icon "SOFT" "" "" ${ARGN})
     set(tool ${PROJECT_SOURCE_DIR}/scripts/make-icon.py)
+    set(ico ${PROJECT_BINARY_DIR}/generated/icons/${name}.ico)
+    set(images)
+    set(drawings)
+    foreach(size IN LISTS icon_UNPARSED_ARGUMENTS)
+        set(drawing ${PROJECT_SOURCE_DIR}/assets/${name}_${size}.svg)
+        if(NOT EXISTS ${drawing})
+            set(drawing ${PROJECT_SOURCE_DIR}/assets/${name}.svg)
+        endif()
+        list(APPEND images ${size}=${drawing})
+        list(APPEND drawings ${drawing})
+    endforeach()
+    list(REMOVE_DUPLICATES drawings)
     add_custom_command(OUTPUT ${ico}
-        COMMAND python3 ${tool} ${svg} ${ico} ${sizes}
-        DEPENDS ${svg} ${tool} VERBATIM)
+        COMMAND python3 ${tool} $<$<BOOL:${icon_SOFT}>:--soft> ${ico} ${images}
+        DEPENDS ${drawings} ${tool} VERBATIM COMMAND_EXPAND_LISTS)
+    set(${result} ${${result}} ${ico} PARENT_SCOPE)
 endfunction()
 
 # tarnwell_extension_dll(<name>): the DLL that Windows loads, and the object library
@@ -22,11 +38,14 @@ function(tarnwell_extension_dll name)
     set(icons ${PROJECT_BINARY_DIR}/generated/icons)
     file(MAKE_DIRECTORY ${icons})
     set(built)
-    file(GLOB drawings CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/assets/menu_*.svg)
+    file(GLOB drawings CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/assets
+        ${PROJECT_SOURCE_DIR}/assets/*.svg)
     foreach(drawing IN LISTS drawings)
-        get_filename_component(icon ${drawing} NAME_WE)
-        tarnwell_icon(${drawing} ${icons}/${icon}.ico 16)
-        list(APPEND built ${icons}/${icon}.ico)
+        if(drawing MATCHES "^(menu_[a-z]+)[.]svg$")
+            tarnwell_icon(${CMAKE_MATCH_1} built 16)
+        elseif(drawing MATCHES "^(overlay_[a-z]+)[.]svg$")
+            tarnwell_icon(${CMAKE_MATCH_1} built SOFT 256 48 32 24 16)
+        endif()
     endforeach()
     set(resources ${folder}/resources/tarnwell.rc)
     set_source_files_properties(${resources} PROPERTIES OBJECT_DEPENDS

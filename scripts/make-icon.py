@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Builds a Windows icon from an SVG drawing: make-icon.py DRAWING.svg OUT.ico SIZE...
+"""Builds a Windows icon from SVG drawings: make-icon.py [--soft] OUT.ico SIZE=DRAWING.svg...
 
-Each SIZE gives one square image of 32 bits a pixel. A pixel is either opaque or fully transparent
-(alpha 255 or 0, the limit at one half): menus on older themes draw a half-transparent edge as a
-dark fringe. Needs rsvg-convert.
+Each SIZE=DRAWING gives one square image of 32 bits a pixel, so that a size can have a drawing of its
+own. A pixel is either opaque or fully transparent (alpha 255 or 0, the limit at one half): menus on
+older themes draw a half-transparent edge as a dark fringe. With --soft the drawing's own alpha stays,
+for icons that are blended over others. Needs rsvg-convert.
 """
 
 import struct
@@ -41,8 +42,9 @@ def unfiltered(data, width, height, pixel_size):
     return rows
 
 
-def rendered(drawing, size):
-    """Draws the SVG and gives its rows, top first, of 4 bytes a pixel: red, green, blue, alpha."""
+def drawn(drawing, size):
+    """Draws the SVG and gives it as a PNG file and as rows, top first, of 4 bytes a pixel: red,
+    green, blue, straight alpha."""
     png = subprocess.run(
         ["rsvg-convert", "--width", str(size), "--height", str(size), "--format", "png", drawing],
         check=True, stdout=subprocess.PIPE).stdout
@@ -57,18 +59,21 @@ def rendered(drawing, size):
         position += length + 12
     if header is None or header[:2] != (size, size) or header[2:] != (8, 6, 0, 0, 0):
         sys.exit(f"{drawing}: drew an unexpected kind of picture, {header}")
-    return unfiltered(zlib.decompress(packed), size, size, 4)
+    return png, unfiltered(zlib.decompress(packed), size, size, 4)
 
 
-def image(drawing, size):
-    """Gives the icon's image: a DIB header, the pixels bottom-up as BGRA, then the mask of 1 bit."""
+def bitmap(rows, size, soft):
+    """Gives the icon's image: a DIB header, the pixels bottom-up as BGRA, then the mask of 1 bit,
+    which is set where a pixel is fully transparent."""
     pixels, mask = bytearray(), bytearray()
-    for row in reversed(rendered(drawing, size)):
+    for row in reversed(rows):
         hidden = 0
         for x in range(size):
             red, green, blue, alpha = row[4 * x : 4 * x + 4]
-            if alpha >= 128:
-                pixels += bytes((blue, green, red, 255))
+            if not soft:
+                alpha = 255 if alpha >= 128 else 0
+            if alpha:
+                pixels += bytes((blue, green, red, alpha))
             else:
                 pixels += bytes(4)
                 hidden |= 1 << (size - 1 - x)
@@ -79,15 +84,25 @@ def image(drawing, size):
     return header + pixels + mask
 
 
+def image(size, drawing, soft):
+    """Gives one image. The largest soft one stays a PNG, as Windows reads it in icons since Vista:
+    a few kilobytes, where the plain pixels of 256 x 256 take 260."""
+    png, rows = drawn(drawing, size)
+    return png if soft and size == 256 else bitmap(rows, size, soft)
+
+
 def main(arguments):
-    if len(arguments) < 3 or not all(size.isdigit() and 0 < int(size) <= 256
-                                     for size in arguments[2:]):
+    soft = arguments[:1] == ["--soft"]
+    out, *wanted = arguments[soft:] or [""]
+    wanted = [item.partition("=") for item in wanted]
+    if not wanted or not all(size.isdigit() and 0 < int(size) <= 256 and drawing
+                             for size, _, drawing in wanted):
         sys.exit(__doc__)
-    drawing, out, sizes = arguments[0], arguments[1], [int(size) for size in arguments[2:]]
-    images = [image(drawing, size) for size in sizes]
+    wanted = [(int(size), drawing) for size, _, drawing in wanted]
+    images = [image(size, drawing, soft) for size, drawing in wanted]
     offset = 6 + 16 * len(images)
     directory = struct.pack("<HHH", 0, 1, len(images))
-    for size, data in zip(sizes, images):
+    for (size, _), data in zip(wanted, images):
         directory += struct.pack("<BBBBHHII", size & 255, size & 255, 0, 0, 1, 32, len(data), offset)
         offset += len(data)
     with open(out, "wb") as file:

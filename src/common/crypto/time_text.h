@@ -1,0 +1,25 @@
+#pragma once
+
+// Times as people read them: in the local time zone and the user's own spelling of date and time.
+// The locale is opened beside the process's own, which belongs to the explorer and stays as it is.
+// Any thread may call.
+
+#include <cstdint>
+
+#include <openssl/asn1.h>
+
+#include "common/system/text/string.h"
+
+namespace tarnwell {
+
+/// TimeToText gives the moment as LocalTimeText spells it in the user's locale, as UTF-8; "" for
+/// what Asn1TimeToTime does not convert, null included.
+CISOString TimeToText(const ASN1_TIME* time);
+
+/// LocalTimeText spells `seconds` since 1970-01-01 UTC as the runtime library's "%c" does in
+/// `locale` (by its name there; "" is the user's default), as UTF-8 of fewer than 80 units before
+/// the conversion. "" for a longer text, an unknown locale, or a moment that the library cannot
+/// break down.
+CISOString LocalTimeText(std::int64_t seconds, const char* locale = "");
+
+}  // namespace tarnwell

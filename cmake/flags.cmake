@@ -27,7 +27,7 @@ if(WIN32)
         -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va)
     target_link_libraries(tarnwell_flags INTERFACE
         ole32 oleaut32 uuid shell32 shlwapi advapi32 user32 gdi32 comctl32 windowscodecs
-        ws2_32 iphlpapi crypt32 bcrypt)
+        ws2_32 iphlpapi crypt32 bcrypt version)
 else()
     find_package(Threads REQUIRED)
     target_link_libraries(tarnwell_flags INTERFACE Threads::Threads)

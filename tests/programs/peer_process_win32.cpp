@@ -1,0 +1,84 @@
+// Another process for tests of what processes see of each other. What it has to say stands on
+// standard output, a line each:
+//
+//     peer_process window [HANG-MS]   its process id once the manager's window is there; then each
+//                                     copy-data message as "tag length wParam text", after having
+//                                     hung that long; ends with the first
+//     peer_process connect PORT       its process id once it is connected; ends with the connection
+//     peer_process name               what the foundation calls this program
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "common/system/net/socket.h"
+#include "common/system/os/host_application.h"
+#include "common/system/os/windows.h"
+#include "common/system/text/convert.h"
+
+using namespace tarnwell;
+
+namespace {
+
+DWORD s_hang = 0;
+
+void SayReady() {
+    std::printf("%lu\n", GetCurrentProcessId());
+    std::fflush(stdout);
+}
+
+LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM word, LPARAM data) {
+    if (message != WM_COPYDATA)
+        return DefWindowProcW(window, message, word, data);
+    const auto& copied = *reinterpret_cast<const COPYDATASTRUCT*>(data);
+    Sleep(s_hang);
+    std::printf("%llu %lu %llu %.*s\n", copied.dwData, copied.cbData, word,
+                static_cast<int>(copied.cbData), static_cast<const char*>(copied.lpData));
+    PostQuitMessage(0);
+    return TRUE;
+}
+
+int ShowWindowOfTheManager() {
+    WNDCLASSW windowClass{};
+    windowClass.lpfnWndProc = &OnMessage;
+    windowClass.hInstance = GetModuleHandleW(nullptr);
+    windowClass.lpszClassName = L"QUORVA_KESTRIX";
+    RegisterClassW(&windowClass);
+    if (!CreateWindowW(windowClass.lpszClassName, L"NotifyIconWindow", WS_OVERLAPPED, 0, 0, 1, 1,
+                       nullptr, nullptr, windowClass.hInstance, nullptr))
+        return 3;
+    SayReady();
+    MSG message;
+    while (GetMessageW(&message, nullptr, 0, 0) > 0)
+        DispatchMessageW(&message);
+    return 0;
+}
+
+int ConnectTo(const char* port) {
+    StartSockets();
+    const CUniqueSocket socket(OpenSocket());
+    if (!ConnectSocket(socket.Get(),
+                       {*ResolveHost("127.0.0.1"), static_cast<std::uint16_t>(std::atoi(port))}))
+        return 3;
+    SayReady();
+    char byte = 0;
+    ReceiveSocket(socket.Get(), &byte, 1);
+    return 0;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    const std::string_view command = count > 1 ? arguments[1] : "";
+    if (count > 2)
+        s_hang = static_cast<DWORD>(std::atoi(arguments[2]));
+    if (command == "window")
+        return ShowWindowOfTheManager();
+    if (command == "connect" && count > 2)
+        return ConnectTo(arguments[2]);
+    if (command != "name")
+        return 2;
+    std::printf("%s\n", Utf8FromUtf16(GetHostApplicationName()).CStr());
+    return 0;
+}

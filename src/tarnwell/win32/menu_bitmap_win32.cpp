@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "common/system/os/exclusive_lock_win32.h"
 #include "common/system/os/owners_win32.h"
 #include "tarnwell/win32/module.h"
 // Windows last.
@@ -80,7 +81,7 @@ CUniqueBitmap MakeBitmap(std::uint16_t icon) noexcept {
 class CMenuBitmaps {
 public:
     HBITMAP Get(std::uint16_t icon) {
-        const CHold hold(m_lock);
+        const CExclusiveHold hold(m_lock);
         const int size = GetSystemMetrics(SM_CXSMICON);
         for (const Entry& entry : m_entries) {
             if (entry.icon == icon && entry.size == size)
@@ -94,23 +95,13 @@ public:
     }
 
 private:
-    class CHold {
-    public:
-        explicit CHold(SRWLOCK& lock) noexcept : m_lock(lock) { AcquireSRWLockExclusive(&m_lock); }
-        ~CHold() { ReleaseSRWLockExclusive(&m_lock); }
-        CHold(const CHold&) = delete;
-        CHold& operator=(const CHold&) = delete;
-
-    private:
-        SRWLOCK& m_lock;
-    };
     struct Entry {
         std::uint16_t icon;
         int size;  // pixels; it changes with the resolution that the system is set to
         CUniqueBitmap bitmap;
     };
 
-    SRWLOCK m_lock = SRWLOCK_INIT;
+    CExclusiveLock m_lock;
     std::vector<Entry> m_entries;
 };
 

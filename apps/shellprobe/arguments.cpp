@@ -14,13 +14,17 @@ struct CommandName {
     std::string_view name;
     ECommand command;
     std::string_view options;  // each between blanks
+    std::string_view needed;   // the option without which it makes no sense, as a user writes it
 };
 
 constexpr CommandName kCommands[] = {
-    {"menu", ECommand::kMenu, " --flags --first --last "},
-    {"invoke", ECommand::kInvoke, " --offset --flags --answer-after "},
-    {"popup", ECommand::kPopup, " --at --flags "},
-    {"stress", ECommand::kStress, " --rounds "},
+    {"menu", ECommand::kMenu, " --flags --first --last ", ""},
+    {"invoke", ECommand::kInvoke, " --offset --flags --answer-after ", "--offset=N"},
+    {"popup", ECommand::kPopup, " --at --flags ", "--at=X,Y"},
+    {"icon", ECommand::kIcon, " --large --small --async --png ", ""},
+    {"tip", ECommand::kTip, " ", ""},
+    {"stress", ECommand::kStress, " --rounds --only --large --small ", "--rounds=N"},
+    {"view", ECommand::kView, " --mode ", ""},
 };
 
 std::string Utf8(const CUTF16String& text) {
@@ -58,6 +62,25 @@ void TakePoint(Arguments& arguments, std::string_view text) {
     arguments.y = *y;
 }
 
+/// One of the words that an option takes.
+template <class Value, std::size_t kCount>
+Value Choice(std::string_view option, std::string_view text,
+             const std::pair<std::string_view, Value> (&words)[kCount]) {
+    std::string known;
+    for (const auto& [word, value] : words) {
+        if (word == text)
+            return value;
+        known += (known.empty() ? "" : ", ") + std::string(word);
+    }
+    throw EUsage(std::string(option) + " needs one of " + known + ", not \"" + std::string(text) +
+                 "\"");
+}
+
+constexpr std::pair<std::string_view, EHandler> kHandlers[] = {
+    {"menu", EHandler::kMenu}, {"icon", EHandler::kIcon}, {"tip", EHandler::kTip}};
+constexpr std::pair<std::string_view, EViewMode> kModes[] = {
+    {"large", EViewMode::kLarge}, {"small", EViewMode::kSmall}, {"details", EViewMode::kDetails}};
+
 void TakeOption(Arguments& arguments, std::string_view name, std::string_view value) {
     constexpr std::uint32_t kMax = std::numeric_limits<std::uint32_t>::max();
     if (name == "--flags")
@@ -70,8 +93,18 @@ void TakeOption(Arguments& arguments, std::string_view name, std::string_view va
         arguments.offset = Number(name, value, 0xFFFF);
     else if (name == "--answer-after")
         arguments.answerAfter = Number(name, value, 600'000);
+    else if (name == "--large")
+        arguments.largeSize = Number(name, value, 0xFFFF);
+    else if (name == "--small")
+        arguments.smallSize = Number(name, value, 0xFFFF);
+    else if (name == "--png")
+        arguments.png = Utf16FromUtf8(value);
     else if (name == "--rounds")
         arguments.rounds = Number(name, value, 100'000'000);
+    else if (name == "--only")
+        arguments.only = Choice(name, value, kHandlers);
+    else if (name == "--mode")
+        arguments.mode = Choice(name, value, kModes);
     else
         TakePoint(arguments, value);
 }
@@ -83,18 +116,16 @@ const CommandName& FindCommand(const std::string& name) {
     return *found;
 }
 
-/// The options without which a command makes no sense.
-void CheckNeeded(const CommandName& command, const std::vector<std::string>& given) {
-    const auto isGiven = [&](std::string_view name) {
-        return std::ranges::find(given, name) != given.end();
-    };
-    for (const auto& [needing, option] :
-         {std::pair(ECommand::kInvoke, "--offset=N"), std::pair(ECommand::kPopup, "--at=X,Y"),
-          std::pair(ECommand::kStress, "--rounds=N")}) {
-        const std::string_view text = option;
-        if (command.command == needing && !isGiven(text.substr(0, text.find('='))))
-            throw EUsage(std::string(command.name) + " needs " + option);
-    }
+void CheckComplete(const CommandName& command, const std::vector<std::string>& given,
+                   std::size_t files) {
+    const std::string name(command.name);
+    const auto needed = std::string(command.needed.substr(0, command.needed.find('=')));
+    if (!needed.empty() && std::ranges::find(given, needed) == given.end())
+        throw EUsage(name + " needs " + std::string(command.needed));
+    if (command.command == ECommand::kView && files != 1)
+        throw EUsage(name + " needs one folder");
+    if (files == 0)
+        throw EUsage(name + " needs at least one file");
 }
 
 }  // namespace
@@ -128,40 +159,19 @@ Arguments ParseArguments(const std::vector<CUTF16String>& list) {
             const std::string name = text.substr(0, equals);
             if (command.options.find(" " + name + " ") == std::string_view::npos)
                 throw EUsage(first + " has no option \"" + name + "\"");
-            if (equals == std::string::npos)
-                throw EUsage(name + " needs a value: " + name + "=…");
-            TakeOption(arguments, name, std::string_view(text).substr(equals + 1));
             given.push_back(name);
+            if (text == "--async")
+                arguments.isAsync = true;
+            else if (name == "--async")
+                throw EUsage("--async takes no value");
+            else if (equals == std::string::npos)
+                throw EUsage(name + " needs a value: " + name + "=…");
+            else
+                TakeOption(arguments, name, std::string_view(text).substr(equals + 1));
         }
     }
-    CheckNeeded(command, given);
-    if (arguments.files.empty())
-        throw EUsage(first + " needs at least one file");
+    CheckComplete(command, given, arguments.files.size());
     return arguments;
-}
-
-std::string HelpText() {
-    return R"(shellprobe: a small explorer. It finds the context-menu handler in the registry, as the
-explorer does, and drives it through COM for the files it is given.
-
-  shellprobe menu [--flags=0] [--first=1] [--last=32767] FILE...
-      shows the items that the handler puts into the menu of these files, as one line of JSON;
-      --flags are the CMF_ flags of the menu, --first and --last the ids that it may use
-  shellprobe invoke --offset=N [--flags=0] [--answer-after=0] FILE...
-      carries out the command at that offset, answers the message boxes it is shown (each after
-      that many milliseconds) and reports them
-  shellprobe popup --at=X,Y [--flags=0] FILE...
-      shows the real pop-up menu at that point of the screen and carries out what is chosen
-  shellprobe stress --rounds=N FILE...
-      builds the menu 100 times, then N times more, and reports before and after these N what the
-      process holds: heap bytes and blocks, committed bytes, handles, GDI objects
-  shellprobe --help | --version
-
-Files that lie in one folder are handed over by the system's own data object, others by one made
-here. Standard output carries JSON in UTF-8 and nothing else.
-Exit status: 0 if the handler answered with success, 1 if it failed or could not be had, 2 for a
-wrong command line.
-)";
 }
 
 }  // namespace tarnwell::shellprobe

@@ -12,7 +12,9 @@
 
 namespace tarnwell::shellprobe {
 
-enum class ECommand { kMenu, kInvoke, kPopup, kStress, kHelp, kVersion };
+enum class ECommand { kMenu, kInvoke, kPopup, kIcon, kTip, kStress, kView, kHelp, kVersion };
+enum class EHandler { kMenu, kIcon, kTip };
+enum class EViewMode { kLarge, kSmall, kDetails };
 
 struct Arguments {
     ECommand command = ECommand::kHelp;
@@ -23,8 +25,14 @@ struct Arguments {
     std::uint32_t answerAfter = 0;  ///< milliseconds that a message box stays
     std::int32_t x = 0;             ///< of the pop-up menu, in screen pixels
     std::int32_t y = 0;
+    std::uint32_t largeSize = 32;  ///< of the icons, in pixels; 0 for none, at most 65535
+    std::uint32_t smallSize = 16;
+    bool isAsync = false;  ///< the caller would rather wait in the background
+    CUTF16String png;      ///< how the pictures' names start; empty for no pictures
     std::uint32_t rounds = 0;
-    std::vector<CUTF16String> files;
+    std::optional<EHandler> only;  ///< to stress; all without it
+    EViewMode mode = EViewMode::kLarge;
+    std::vector<CUTF16String> files;  ///< at least one; exactly one folder for kView
 };
 
 /// A wrong command line; what() says what is wrong and what to write instead.

@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -15,12 +14,6 @@
 #include <wrl/client.h>
 
 namespace tarnwell::shellprobe {
-
-/// The handler cannot be had; what() says why and what to do.
-class ENoHandler : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 struct MenuItem {
     bool isSeparator = false;
@@ -41,6 +34,9 @@ public:
 
     /// Query lets the handler fill a fresh menu.
     HRESULT Query(UINT firstId, UINT lastId, UINT flags);
+
+    /// Fill does both, for a menu that is going to be used. Throws ENoHandler where one fails.
+    void Fill(IDataObject* selection, UINT firstId, UINT lastId, UINT flags);
 
     /// Items reads the menu from top to bottom.
     std::vector<MenuItem> Items() const;

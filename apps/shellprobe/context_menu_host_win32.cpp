@@ -1,12 +1,12 @@
 #include "shellprobe/context_menu_host.h"
 
 #include <algorithm>
-#include <cstdio>
 
+#include "shellprobe/handler.h"
+#include "shellprobe/output.h"
 #include "shellprobe/shell_ids.h"
 // Windows last.
 #include <shellapi.h>
-#include <shlwapi.h>
 
 namespace tarnwell::shellprobe {
 namespace {
@@ -14,24 +14,6 @@ namespace {
 using Microsoft::WRL::ComPtr;
 
 constexpr wchar_t kHandlerKey[] = L"*\\shellex\\ContextMenuHandlers\\Tarnwell Extension";
-
-std::string Hex(HRESULT result) {
-    char text[11];
-    (void)std::snprintf(text, sizeof text, "0x%08lX", static_cast<unsigned long>(result));
-    return text;
-}
-
-CLSID HandlerClass() {
-    wchar_t text[64] = {};
-    DWORD bytes = sizeof text;
-    CLSID classId = {};
-    if (RegGetValueW(HKEY_CLASSES_ROOT, kHandlerKey, nullptr, RRF_RT_REG_SZ, nullptr, text,
-                     &bytes) != ERROR_SUCCESS ||
-        FAILED(CLSIDFromString(text, &classId)))
-        throw ENoHandler(
-            "no context-menu handler is registered. Register the DLL first: regsvr32 Tarnwell.dll");
-    return classId;
-}
 
 /// The text of the item at `position`, of any length.
 std::wstring TextAt(HMENU menu, UINT position) {
@@ -59,12 +41,11 @@ std::optional<SIZE> SizeOf(HBITMAP bitmap) {
 }  // namespace
 
 CContextMenuHost::CContextMenuHost() {
-    const HRESULT result =
-        CoCreateInstance(HandlerClass(), nullptr, CLSCTX_INPROC_SERVER, kContextMenuId,
-                         reinterpret_cast<void**>(m_handler.GetAddressOf()));
-    if (FAILED(result))
-        throw ENoHandler("the registered handler cannot be created: " + Hex(result) +
-                         ". Is its DLL still where it was registered?");
+    const std::optional<CLSID> classId = RegisteredClass(kHandlerKey);
+    if (!classId)
+        throw ENoHandler(
+            "no context-menu handler is registered. Register the DLL first: regsvr32 Tarnwell.dll");
+    CreateHandler(*classId, kContextMenuId, reinterpret_cast<void**>(m_handler.GetAddressOf()));
 }
 
 HRESULT CContextMenuHost::Initialize(IDataObject* selection) {
@@ -78,6 +59,15 @@ HRESULT CContextMenuHost::Query(UINT firstId, UINT lastId, UINT flags) {
     m_firstId = firstId;
     m_menu.Reset(CreatePopupMenu());
     return m_handler->QueryContextMenu(m_menu.Get(), 0, firstId, lastId, flags);
+}
+
+void CContextMenuHost::Fill(IDataObject* selection, UINT firstId, UINT lastId, UINT flags) {
+    HRESULT result = Initialize(selection);
+    if (FAILED(result))
+        throw ENoHandler("the handler refuses the selection: " + Hex(result));
+    result = Query(firstId, lastId, flags);
+    if (FAILED(result))
+        throw ENoHandler("the handler makes no menu: " + Hex(result));
 }
 
 std::vector<MenuItem> CContextMenuHost::Items() const {

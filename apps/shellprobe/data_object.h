@@ -13,7 +13,7 @@
 namespace tarnwell::shellprobe {
 
 /// MakeDataObject gives the shell's own data object where all files exist in one folder, and one
-/// with the same CF_HDROP list otherwise. Paths are made full first. COM must be initialised.
+/// with the same CF_HDROP list otherwise. Paths must be full. COM must be initialised.
 /// Throws std::bad_alloc.
 Microsoft::WRL::ComPtr<IDataObject> MakeDataObject(const std::vector<std::wstring>& files);
 

@@ -11,20 +11,6 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-std::wstring FullPath(const std::wstring& path) {
-    std::wstring full(path.size() + MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length =
-            GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
-        if (length == 0)
-            return path;
-        const bool fits = length < full.size();
-        full.resize(length);
-        if (fits)
-            return full;
-    }
-}
-
 /// A CF_HDROP list and nothing else: what a search window with results of many folders hands over.
 class CDropDataObject final : public IDataObject {
 public:
@@ -159,13 +145,9 @@ ComPtr<IDataObject> ShellDataObject(const std::vector<std::wstring>& files) {
 }  // namespace
 
 ComPtr<IDataObject> MakeDataObject(const std::vector<std::wstring>& files) {
-    std::vector<std::wstring> full;
-    full.reserve(files.size());
-    for (const std::wstring& file : files)
-        full.push_back(FullPath(file));
-    ComPtr<IDataObject> object = ShellDataObject(full);
+    ComPtr<IDataObject> object = ShellDataObject(files);
     if (!object)
-        object.Attach(new CDropDataObject(full));
+        object.Attach(new CDropDataObject(files));
     return object;
 }
 

@@ -1,0 +1,29 @@
+#include "shellprobe/tip_host.h"
+
+#include "common/system/os/owners_win32.h"
+#include "shellprobe/handler.h"
+#include "shellprobe/shell_ids.h"
+
+namespace tarnwell::shellprobe {
+
+std::optional<CTipHost> CTipHost::Find(const std::wstring& file) {
+    const std::optional<CLSID> classId =
+        HandlerOfType(file, L"{00021500-0000-0000-C000-000000000046}");
+    if (!classId)
+        return std::nullopt;
+    CTipHost host;
+    CreateFileHandler(*classId, kQueryInfoId, file,
+                      reinterpret_cast<void**>(host.m_handler.GetAddressOf()));
+    return host;
+}
+
+InfoTip CTipHost::Ask() {
+    CUniqueTaskMemory<wchar_t> text;
+    InfoTip tip;
+    tip.result = m_handler->GetInfoTip(QITIPF_DEFAULT, text.Put());
+    if (text)
+        tip.text = text.Get();
+    return tip;
+}
+
+}  // namespace tarnwell::shellprobe

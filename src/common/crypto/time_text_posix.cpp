@@ -3,7 +3,8 @@
 #include <clocale>
 #include <ctime>
 #include <cwchar>
-#include <string_view>
+#include <iterator>
+#include <string>
 
 #include "common/system/os/unique.h"
 #include "common/system/text/convert.h"

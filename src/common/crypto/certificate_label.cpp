@@ -1,6 +1,9 @@
 #include "common/crypto/certificate_label.h"
 
+#include <utility>
+
 #include "common/crypto/openssl_owners.h"
+#include "common/crypto/openssl_start.h"
 #include "common/system/text/convert.h"
 
 namespace tarnwell {
@@ -21,6 +24,15 @@ int LabelEntry(X509_NAME* name) noexcept {
             return first;
     }
     return -1;
+}
+
+CUniqueX509 Decoded(std::span<const unsigned char> der) {
+    StartOpenSsl();
+    // A long has 32 bits on Windows: a longer buffer must not be cut to some other length.
+    if (der.empty() || !std::in_range<long>(der.size()))
+        return {};
+    const unsigned char* next = der.data();
+    return CUniqueX509(d2i_X509(nullptr, &next, static_cast<long>(der.size())));
 }
 
 CISOString OrQuestionMark(const CISOString& text) {
@@ -68,11 +80,7 @@ CISOString SerialHex(const X509* certificate) {
 
 CISOString GetCertificateLabel(const CISOString& pattern, const CISOString& fallback,
                                std::span<const unsigned char> certificateDer) {
-    const unsigned char* next = certificateDer.data();
-    const CUniqueX509 certificate(
-        certificateDer.empty()
-            ? nullptr
-            : d2i_X509(nullptr, &next, static_cast<long>(certificateDer.size())));
+    const CUniqueX509 certificate = Decoded(certificateDer);
     if (!certificate)
         return fallback;
     CISOString label;

@@ -5,19 +5,14 @@
 
 #include <span>
 
-#include "common/system/lang/lang.h"
 #include "common/system/os/windows.h"
 #include "tarnwell/core/request_codes.h"
+#include "tarnwell/win32/catalogue_source.h"
 
 namespace tarnwell {
 
-class CMenuServices {
+class CMenuServices : public CCatalogueSource {
 public:
-    virtual ~CMenuServices() = default;
-
-    /// LoadCatalogue chooses the language and loads the texts; false when they cannot be had.
-    virtual bool LoadCatalogue(Lang& lang) = 0;
-
     /// Send carries out a command as SendToServer does.
     virtual ResultCode Send(ActionCode action, std::span<const CUTF16String> files) = 0;
 

@@ -8,8 +8,7 @@ namespace {
 class CSystemMenuServices final : public CMenuServices {
 public:
     bool LoadCatalogue(Lang& lang) override {
-        lang.Auto_set_local_language();
-        return lang.Auto_extract_Resource_File();
+        return CCatalogueSource::System().LoadCatalogue(lang);
     }
 
     ResultCode Send(ActionCode action, std::span<const CUTF16String> files) override {

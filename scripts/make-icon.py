@@ -42,12 +42,9 @@ def unfiltered(data, width, height, pixel_size):
     return rows
 
 
-def drawn(drawing, size):
-    """Draws the SVG and gives it as a PNG file and as rows, top first, of 4 bytes a pixel: red,
-    green, blue, straight alpha."""
-    png = subprocess.run(
-        ["rsvg-convert", "--width", str(size), "--height", str(size), "--format", "png", drawing],
-        check=True, stdout=subprocess.PIPE).stdout
+def decoded(png):
+    """Gives a PNG file's rows, top first, of 4 bytes a pixel: red, green, blue, straight alpha. Takes
+    only what rsvg-convert writes: 8 bits a channel, not interlaced, without alpha if all is opaque."""
     position, packed, header = 8, b"", None
     while position < len(png):
         length, kind = struct.unpack(">I4s", png[position : position + 8])
@@ -57,9 +54,21 @@ def drawn(drawing, size):
         elif kind == b"IDAT":
             packed += body
         position += length + 12
-    if header is None or header[:2] != (size, size) or header[2:] != (8, 6, 0, 0, 0):
-        sys.exit(f"{drawing}: drew an unexpected kind of picture, {header}")
-    return png, unfiltered(zlib.decompress(packed), size, size, 4)
+    if header is None or header[2:] not in ((8, 2, 0, 0, 0), (8, 6, 0, 0, 0)):
+        sys.exit(f"unexpected kind of PNG: {header}")
+    pixel_size = 4 if header[3] == 6 else 3
+    rows = unfiltered(zlib.decompress(packed), header[0], header[1], pixel_size)
+    if pixel_size == 4:
+        return rows
+    return [bytearray(b"".join(row[i : i + 3] + b"\xff" for i in range(0, len(row), 3)))
+            for row in rows]
+
+
+def drawn(drawing, size):
+    """Draws the SVG and gives it as a PNG file."""
+    return subprocess.run(
+        ["rsvg-convert", "--width", str(size), "--height", str(size), "--format", "png", drawing],
+        check=True, stdout=subprocess.PIPE).stdout
 
 
 def bitmap(rows, size, soft):
@@ -87,7 +96,10 @@ def bitmap(rows, size, soft):
 def image(size, drawing, soft):
     """Gives one image. The largest soft one stays a PNG, as Windows reads it in icons since Vista:
     a few kilobytes, where the plain pixels of 256 x 256 take 260."""
-    png, rows = drawn(drawing, size)
+    png = drawn(drawing, size)
+    rows = decoded(png)
+    if len(rows) != size or len(rows[0]) != 4 * size:
+        sys.exit(f"{drawing}: is not square")
     return png if soft and size == 256 else bitmap(rows, size, soft)
 
 

@@ -3,7 +3,8 @@
 #   a source ending in _win32.cpp belongs to the Windows build, in _posix.cpp to the native build,
 #   every other source to both;
 #   tests/unit/<room>/*_test.cpp are one test program, <room>_test;
-#   tests/programs/<name>.cpp is a helper program that tests start;
+#   tests/programs/<name>.cpp is a helper program that tests start (one that includes a header of
+#   the extension is linked with it);
 #   tests/e2e/<name>.sh drives the finished Windows build, tests/e2e/native_<name>.sh the native one;
 #   bench/<name>_bench.cpp and fuzz/<name>_fuzz.cpp are one program each.
 #
@@ -125,6 +126,10 @@ function(tarnwell_unit_tests)
         string(REGEX REPLACE "_(win32|posix)$" "" name ${name})
         add_executable(${name} ${source})
         target_link_libraries(${name} PRIVATE tarnwell_flags tarnwell_net)
+        file(STRINGS ${source} inside REGEX "^#include \"tarnwell/win32/")
+        if(inside)
+            target_link_libraries(${name} PRIVATE tarnwell_extension)
+        endif()
         add_dependencies(test_support ${name}) # so they are there when a test starts them
         file(STRINGS ${source} wide REGEX "[ \t]wmain\\(")
         if(WIN32 AND wide)

@@ -21,8 +21,8 @@ constexpr CommandName kCommands[] = {
     {"menu", ECommand::kMenu, " --flags --first --last ", ""},
     {"invoke", ECommand::kInvoke, " --offset --flags --answer-after ", "--offset=N"},
     {"popup", ECommand::kPopup, " --at --flags ", "--at=X,Y"},
-    {"icon", ECommand::kIcon, " --large --small --async --png ", ""},
-    {"tip", ECommand::kTip, " ", ""},
+    {"icon", ECommand::kIcon, " --large --small --async --png --through-shell ", ""},
+    {"tip", ECommand::kTip, " --through-shell ", ""},
     {"stress", ECommand::kStress, " --rounds --only --large --small ", "--rounds=N"},
     {"view", ECommand::kView, " --mode ", ""},
 };
@@ -116,6 +116,13 @@ const CommandName& FindCommand(const std::string& name) {
     return *found;
 }
 
+/// What an option without a value sets; null for one with a value.
+bool* FlagOf(Arguments& arguments, std::string_view name) {
+    if (name == "--async")
+        return &arguments.isAsync;
+    return name == "--through-shell" ? &arguments.isThroughShell : nullptr;
+}
+
 void CheckComplete(const CommandName& command, const std::vector<std::string>& given,
                    std::size_t files) {
     const std::string name(command.name);
@@ -160,10 +167,10 @@ Arguments ParseArguments(const std::vector<CUTF16String>& list) {
             if (command.options.find(" " + name + " ") == std::string_view::npos)
                 throw EUsage(first + " has no option \"" + name + "\"");
             given.push_back(name);
-            if (text == "--async")
-                arguments.isAsync = true;
-            else if (name == "--async")
-                throw EUsage("--async takes no value");
+            if (bool* const flag = FlagOf(arguments, name); flag && equals == std::string::npos)
+                *flag = true;
+            else if (flag)
+                throw EUsage(name + " takes no value");
             else if (equals == std::string::npos)
                 throw EUsage(name + " needs a value: " + name + "=…");
             else

@@ -27,8 +27,9 @@ struct Arguments {
     std::int32_t y = 0;
     std::uint32_t largeSize = 32;  ///< of the icons, in pixels; 0 for none, at most 65535
     std::uint32_t smallSize = 16;
-    bool isAsync = false;  ///< the caller would rather wait in the background
-    CUTF16String png;      ///< how the pictures' names start; empty for no pictures
+    bool isAsync = false;         ///< the caller would rather wait in the background
+    bool isThroughShell = false;  ///< ask the system's shell, not the handler itself
+    CUTF16String png;             ///< how the pictures' names start; empty for no pictures
     std::uint32_t rounds = 0;
     std::optional<EHandler> only;  ///< to stress; all without it
     EViewMode mode = EViewMode::kLarge;

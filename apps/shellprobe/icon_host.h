@@ -33,6 +33,9 @@ public:
     /// handler. Throws ENoHandler where it has one that cannot be had.
     static std::optional<CIconHost> Find(const std::wstring& file);
 
+    /// FromShell makes a host for what the system's shell answers with. Throws ENoHandler.
+    static CIconHost FromShell(const std::wstring& file);
+
     /// Locate asks where the icon is, with GIL_… flags. It comes before Extract: the handler reads
     /// the file here.
     IconLocation Locate(UINT flags);

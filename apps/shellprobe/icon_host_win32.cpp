@@ -2,6 +2,7 @@
 
 #include "shellprobe/handler.h"
 #include "shellprobe/shell_ids.h"
+#include "shellprobe/shell_object.h"
 
 namespace tarnwell::shellprobe {
 
@@ -12,6 +13,12 @@ std::optional<CIconHost> CIconHost::Find(const std::wstring& file) {
     CIconHost host;
     CreateFileHandler(*classId, kExtractIconId, file,
                       reinterpret_cast<void**>(host.m_handler.GetAddressOf()));
+    return host;
+}
+
+CIconHost CIconHost::FromShell(const std::wstring& file) {
+    CIconHost host;
+    ShellObject(file, kExtractIconId, reinterpret_cast<void**>(host.m_handler.GetAddressOf()));
     return host;
 }
 

@@ -24,6 +24,9 @@ public:
     /// handler. Throws ENoHandler where it has one that cannot be had.
     static std::optional<CTipHost> Find(const std::wstring& file);
 
+    /// FromShell makes a host for what the system's shell answers with. Throws ENoHandler.
+    static CTipHost FromShell(const std::wstring& file);
+
     /// Ask gives the tip of now.
     InfoTip Ask();
 

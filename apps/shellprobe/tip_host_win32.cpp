@@ -3,6 +3,7 @@
 #include "common/system/os/owners_win32.h"
 #include "shellprobe/handler.h"
 #include "shellprobe/shell_ids.h"
+#include "shellprobe/shell_object.h"
 
 namespace tarnwell::shellprobe {
 
@@ -14,6 +15,12 @@ std::optional<CTipHost> CTipHost::Find(const std::wstring& file) {
     CTipHost host;
     CreateFileHandler(*classId, kQueryInfoId, file,
                       reinterpret_cast<void**>(host.m_handler.GetAddressOf()));
+    return host;
+}
+
+CTipHost CTipHost::FromShell(const std::wstring& file) {
+    CTipHost host;
+    ShellObject(file, kQueryInfoId, reinterpret_cast<void**>(host.m_handler.GetAddressOf()));
     return host;
 }
 

@@ -19,6 +19,16 @@ TEST(Arguments, OptionsStandAnywhereBehindTheCommandUpToTwoDashes) {
     const Arguments popup = ParseArguments({u"popup", u"--at=-5,20", u"a"});
     EXPECT_EQ(popup.x, -5);
     EXPECT_EQ(popup.y, 20);
+    const Arguments icon =
+        ParseArguments({u"icon", u"--large=256", u"--async", u"--png=p=\u00e9", u"a"});
+    EXPECT_EQ(icon.largeSize, 256U);
+    EXPECT_EQ(icon.smallSize, 16U);
+    EXPECT_TRUE(icon.isAsync);
+    EXPECT_FALSE(icon.isThroughShell);
+    EXPECT_EQ(icon.png, u"p=\u00e9");
+    const Arguments stress = ParseArguments({u"stress", u"--only=icon", u"--rounds=3", u"a", u"b"});
+    EXPECT_EQ(stress.only, EHandler::kIcon);
+    EXPECT_EQ(ParseArguments({u"view", u"--mode=details", u"a"}).mode, EViewMode::kDetails);
     EXPECT_EQ(ParseArguments({u"invoke", u"-h"}).command, ECommand::kHelp);
 }
 
@@ -35,6 +45,11 @@ TEST(Arguments, AWrongCommandLineIsNamed) {
         {{u"menu", u"--first=4294967296", u"a"}, "--first needs a number"},
         {{u"invoke", u"a"}, "invoke needs --offset=N"},
         {{u"invoke", u"--offset=65536", u"a"}, "from 0 to 65535"},
+        {{u"icon", u"--large=65536", u"a"}, "from 0 to 65535"},
+        {{u"tip", u"--through-shell=1", u"a"}, "--through-shell takes no value"},
+        {{u"tip", u"--png=x", u"a"}, "tip has no option \"--png\""},
+        {{u"stress", u"--rounds=1", u"--only=icons", u"a"}, "one of menu, icon, tip"},
+        {{u"view", u"a", u"b"}, "view needs one folder"},
         {{u"popup", u"--at=1,2,3", u"a"}, "--at needs a point"},
     };
     for (const auto& test : kCases) {

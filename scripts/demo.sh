@@ -55,15 +55,14 @@ picture() { # NAME [CROP]: photographs the screen
 
 # --- the programs of the demo ---------------------------------------------------------------------
 
-export TARNWELL_DISPLAY=1 TARNWELL_TIMEOUT=60 LOCPATH=$cache/locales
+export TARNWELL_DISPLAY=1 TARNWELL_TIMEOUT=60
 windows() { TARNWELL_WINEPREFIX=$prefix "$root/scripts/wine-run" "$@" 2>>"$out/programs.log"; }
 probe() { windows "$bin/shellprobe.exe" "$@"; }
 p7tool() { windows "$bin/p7tool.exe" "$@"; }
 
 # speak LANGUAGE: the language of the user who is shown; the system's locale stands for it.
 speak() {
-    [[ -d $LOCPATH/$1.UTF-8 ]] ||
-        { mkdir -p "$LOCPATH" && localedef -i "$1" -f UTF-8 "$LOCPATH/$1.UTF-8"; }
+    make_locale "$1"
     end_server "$prefix"
     export TARNWELL_LOCALE=$1.UTF-8
 }

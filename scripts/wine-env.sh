@@ -15,6 +15,16 @@ export WINEDLLOVERRIDES=${WINEDLLOVERRIDES-winedbg.exe=d;winemenubuilder.exe=d}
 # Names on disk are UTF-8, whatever the caller's locale; LANGUAGE and LANG may still choose texts.
 export LC_ALL=${TARNWELL_LOCALE:-C.UTF-8}
 
+# make_locale NAME: makes the UTF-8 locale of that language and country, such as fr_FR, which the
+# machine may lack, and lets programs find it.
+make_locale() {
+    export LOCPATH=$cache/locales
+    [[ ! -d $LOCPATH/$1.UTF-8 ]] || return 0
+    mkdir -p "$LOCPATH"
+    localedef -i "$1" -f UTF-8 "$LOCPATH/$1.UTF-8" ||
+        die "the locale $1 could not be made" "Install its sources: scripts/install-packages.sh"
+}
+
 # end_server PREFIX: ends every process of the prefix and waits until its server is gone.
 end_server() {
     local process

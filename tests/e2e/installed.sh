@@ -1,0 +1,16 @@
+# shellcheck shell=bash
+# A Wine prefix with everything installed in the real layout and registered, for the scripts here
+# that source this from the top of the tree; it is gone when they end.
+#
+#   TARNWELL_BUILD  the folder with the built programs (default: build/windows/bin)
+. scripts/lib.sh
+. scripts/wine-env.sh
+need python3 openssl localedef
+export TARNWELL_BUILD=${TARNWELL_BUILD:-$PWD/build/windows/bin}
+for language in fr_FR es_ES pl_PL; do
+    make_locale $language
+done
+TARNWELL_WINEPREFIX=$(scripts/wine-prefix.sh new)
+export TARNWELL_WINEPREFIX
+trap 'scripts/wine-prefix.sh drop "$TARNWELL_WINEPREFIX"' EXIT
+scripts/install-layout "$TARNWELL_WINEPREFIX" "$TARNWELL_BUILD"

@@ -7,7 +7,7 @@
 . scripts/wine-env.sh
 need python3 openssl localedef
 export TARNWELL_BUILD=${TARNWELL_BUILD:-$PWD/build/windows/bin}
-for language in fr_FR es_ES pl_PL; do
+for language in en_US fr_FR es_ES pl_PL; do
     make_locale $language
 done
 TARNWELL_WINEPREFIX=$(scripts/wine-prefix.sh new)

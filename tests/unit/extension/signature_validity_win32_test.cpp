@@ -1,7 +1,9 @@
 #include "tarnwell/win32/shellicon.h"
 
 #include "common/crypto/pkcs7_request.h"
+#include "common/system/os/process_counts.h"
 #include "common/system/text/exception.h"
+#include "support/heap_checks.h"
 #include "support/temp_folder.h"
 #include "support/test_paths.h"
 #include "support/trace_listener.h"
@@ -111,6 +113,22 @@ TEST(SignatureValidity, AsksOnceAboutACertificateThatSignedSeveralTimes) {
     CScriptedEngine engine({0});
     EXPECT_EQ(JudgeSigners(signers, engine), TARNWELL_ICON_VALID);
     EXPECT_EQ(engine.Asked(), 3u);
+}
+
+TEST(SignatureValidity, LeavesNothingBehind) {
+    if (test::UnderHeapChecks())
+        GTEST_SKIP() << "a checked heap keeps released blocks for a while";
+    const auto judge = [path = Sample("bc-rsa.p7")](int rounds) {
+        for (int round = 0; round < rounds; ++round)  // by the system's own engine
+            EXPECT_EQ(Get_overlay_signature_validity(path), TARNWELL_ICON_INVALID);
+    };
+    judge(20);
+    CountProcess();
+    const ProcessCounts before = CountProcess();
+    judge(50);
+    const ProcessCounts after = CountProcess();
+    EXPECT_LT(after.heapBytes, before.heapBytes + 1024);
+    EXPECT_EQ(after.handles, before.handles);
 }
 
 TEST(SignatureValidity, LeavesFailuresOfReadingToTheCaller) {

@@ -8,15 +8,14 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "bench_rows.h"
 #include "common/crypto/pkcs7_build.h"
 #include "common/crypto/pkcs7_request.h"
 
@@ -24,27 +23,12 @@ namespace {
 
 using namespace tarnwell;
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kLargeContent = 200 << 20;
 constexpr int kLargeRounds = 7;
 constexpr int kSmallFiles = 2000;
 constexpr std::size_t kSmallContent = 1500;  // makes a file of about 3 KB
 constexpr int kSmallRounds = 9;
-
-double Milliseconds(Clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-void Require(bool condition, const char* what) {
-    if (!condition)
-        throw std::runtime_error(what);
-}
 
 /// A folder that goes away with everything in it.
 struct Folder {
@@ -149,16 +133,7 @@ Cost OpenSslProgram(std::vector<std::string> arguments) {
     return Waited(child, start);
 }
 
-void Row(const char* name, double value, const char* unit, double limit, int& status) {
-    std::printf("  %-58s %8.2f %s", name, value, unit);
-    if (limit > 0) {
-        std::printf("   at most %.1f: %s", limit, value <= limit ? "met" : "MISSED");
-        status |= value <= limit ? 0 : 1;
-    }
-    std::printf("\n");
-}
-
-void LargeFile(const Signer& signer, const fs::path& folder, int& status) {
+void LargeFile(const Signer& signer, const fs::path& folder, CRows& rows) {
     fs::path path;
     // Made in a process of its own, so that this one stays small when it forks.
     InChild([&] { MakeSigned(signer, folder / "large", kLargeContent); });
@@ -177,12 +152,12 @@ void LargeFile(const Signer& signer, const fs::path& folder, int& status) {
     }
     std::printf("A signed DER file of %.0f MiB (medians of %d rounds)\n", fileMegabytes,
                 kLargeRounds);
-    Row("signers read and verified", Median(own), "ms", 0, status);
-    Row("openssl dgst -sha256", Median(digest), "ms", 0, status);
-    Row("openssl cms -verify", Median(verify), "ms", 0, status);
-    Row("ratio to openssl dgst", Median(own) / Median(digest), "x ", 2.0, status);
-    Row("ratio to openssl cms", Median(own) / Median(verify), "x ", 0.5, status);
-    Row("peak memory, ratio to the file", peak / fileMegabytes, "x ", 2.1, status);
+    rows.Print("signers read and verified", Median(own), "ms");
+    rows.Print("openssl dgst -sha256", Median(digest), "ms");
+    rows.Print("openssl cms -verify", Median(verify), "ms");
+    rows.Print("ratio to openssl dgst", Median(own) / Median(digest), "x ", 2.0);
+    rows.Print("ratio to openssl cms", Median(own) / Median(verify), "x ", 0.5);
+    rows.Print("peak memory, ratio to the file", peak / fileMegabytes, "x ", 2.1);
 }
 
 /// The calls that no reader can do without, on bytes that are in memory already.
@@ -200,7 +175,7 @@ void BareCalls(const std::string& bytes) {
             "it must verify");
 }
 
-void SmallFiles(const Signer& signer, const fs::path& folder, int& status) {
+void SmallFiles(const Signer& signer, const fs::path& folder, CRows& rows) {
     const fs::path one = MakeSigned(signer, folder / "small", kSmallContent);
     std::vector<fs::path> paths;
     std::vector<std::string> contents;
@@ -224,20 +199,20 @@ void SmallFiles(const Signer& signer, const fs::path& folder, int& status) {
     }
     std::printf("%d signed files of %.1f KB in one process (medians of %d rounds)\n", kSmallFiles,
                 static_cast<double>(contents[0].size()) / 1000, kSmallRounds);
-    Row("files opened, signers read and verified", Median(own), "ms", 0, status);
-    Row("bare OpenSSL calls on the same bytes in memory", Median(bare), "ms", 0, status);
-    Row("ratio", Median(own) / Median(bare), "x ", 1.3, status);
+    rows.Print("files opened, signers read and verified", Median(own), "ms");
+    rows.Print("bare OpenSSL calls on the same bytes in memory", Median(bare), "ms");
+    rows.Print("ratio", Median(own) / Median(bare), "x ", 1.3);
 }
 
 }  // namespace
 
 int main() try {
-    int status = 0;
+    CRows rows;
     const Folder folder;
     const Signer signer;
-    LargeFile(signer, folder.path, status);
-    SmallFiles(signer, folder.path, status);
-    return status;
+    LargeFile(signer, folder.path, rows);
+    SmallFiles(signer, folder.path, rows);
+    return rows.ExitStatus();
 } catch (const std::exception& error) {
     std::fprintf(stderr, "container_bench: %s\n", error.what());
     return 1;

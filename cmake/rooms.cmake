@@ -215,6 +215,27 @@ function(tarnwell_benches)
         target_link_libraries(${name} PRIVATE
             tarnwell_core tarnwell_crypto tarnwell_net tarnwell_lang benchmark::benchmark_main)
     endforeach()
+    tarnwell_bench_pictures(blend_bench)
+endfunction()
+
+# tarnwell_bench_pictures(<bench>): the overlays' pixels at the largest size, for the blend's
+# benchmark: <name>.bgra in the folder that the bench knows as TARNWELL_PICTURES.
+function(tarnwell_bench_pictures bench)
+    set(folder ${PROJECT_BINARY_DIR}/generated/pictures)
+    file(MAKE_DIRECTORY ${folder})
+    file(GLOB drawings CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/assets/overlay_*.svg)
+    list(FILTER drawings EXCLUDE REGEX "_[0-9]+[.]svg$")
+    set(built)
+    foreach(drawing IN LISTS drawings)
+        get_filename_component(name ${drawing} NAME_WE)
+        add_custom_command(OUTPUT ${folder}/${name}.bgra
+            COMMAND python3 ${PROJECT_SOURCE_DIR}/scripts/make-icon.py
+                --pixels ${folder}/${name}.bgra 256=${drawing}
+            DEPENDS ${drawing} ${PROJECT_SOURCE_DIR}/scripts/make-icon.py VERBATIM)
+        list(APPEND built ${folder}/${name}.bgra)
+    endforeach()
+    target_sources(${bench} PRIVATE ${built})
+    target_compile_definitions(${bench} PRIVATE "TARNWELL_PICTURES=\"${folder}\"")
 endfunction()
 
 # tarnwell_fuzz_targets(): the fuzzers, in the fuzz build only.

@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
 """Builds a Windows icon from SVG drawings: make-icon.py [--soft] OUT.ico SIZE=DRAWING.svg...
+or only the pixels of one: make-icon.py --pixels OUT SIZE=DRAWING.svg
 
 Each SIZE=DRAWING gives one square image of 32 bits a pixel, so that a size can have a drawing of its
 own. A pixel is either opaque or fully transparent (alpha 255 or 0, the limit at one half): menus on
 older themes draw a half-transparent edge as a dark fringe. With --soft the drawing's own alpha stays,
-for icons that are blended over others. Needs rsvg-convert.
+for icons that are blended over others. --pixels writes the rows from the top down, each pixel blue,
+green, red, straight alpha. Needs rsvg-convert.
 """
 
 import struct
@@ -103,7 +105,16 @@ def image(size, drawing, soft):
     return png if soft and size == 256 else bitmap(rows, size, soft)
 
 
+def pixels(size, drawing):
+    """Gives one image's bare pixels."""
+    rows = drawn(drawing, size)[1]
+    return b"".join(bytes((row[i + 2], row[i + 1], row[i], row[i + 3]))
+                    for row in rows for i in range(0, 4 * size, 4))
+
+
 def main(arguments):
+    bare = arguments[:1] == ["--pixels"]
+    arguments = arguments[bare:]
     soft = arguments[:1] == ["--soft"]
     out, *wanted = arguments[soft:] or [""]
     wanted = [item.partition("=") for item in wanted]
@@ -111,6 +122,10 @@ def main(arguments):
                              for size, _, drawing in wanted):
         sys.exit(__doc__)
     wanted = [(int(size), drawing) for size, _, drawing in wanted]
+    if bare:
+        with open(out, "wb") as file:
+            file.write(b"".join(pixels(size, drawing) for size, drawing in wanted))
+        return
     images = [image(size, drawing, soft) for size, drawing in wanted]
     offset = 6 + 16 * len(images)
     directory = struct.pack("<HHH", 0, 1, len(images))

@@ -41,6 +41,9 @@ public:
     /// Items reads the menu from top to bottom.
     std::vector<MenuItem> Items() const;
 
+    /// Menu is the menu itself, for a window that adds items of its own; null before Query.
+    HMENU Menu() const noexcept { return m_menu.Get(); }
+
     /// Invoke carries out the command at `offset`, as the explorer does: with the Unicode form of
     /// the structure and the offset in both its verbs.
     HRESULT Invoke(UINT offset, HWND owner);

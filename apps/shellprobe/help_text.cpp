@@ -27,6 +27,10 @@ drives them through COM for the files it is given.
       times and then N times more, and reports how often each answered in these N, and before and
       after them what the process holds: heap bytes and blocks, committed bytes, handles, GDI
       objects
+  shellprobe view [--mode=large|small|details] DIR
+      shows the files of a folder in a window, with the icons, tips, menus and commands that the
+      handlers give them, until it is closed. Ctrl+1, Ctrl+2 and Ctrl+3 change the mode. What is
+      shown and done is told as it happens, one line of JSON each
   shellprobe --help | --version
 
 For a menu, files that lie in one folder are handed over by the system's own data object, others by

@@ -1,9 +1,20 @@
 #include "shellprobe/commands.h"
 
+#include "shellprobe/full_path.h"
+#include "shellprobe/view/explorer_window.h"
+
 namespace tarnwell::shellprobe {
 
-int RunView(const Arguments&) {
-    throw EUsage("the window of \"view\" is not there yet");
+int RunView(const Arguments& arguments) {
+    std::wstring folder = FullPath(arguments.files.front());
+    const DWORD attributes = GetFileAttributesW(folder.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+        throw EUsage("view needs a folder that is there");
+    if (!folder.ends_with(L'\\'))
+        folder.push_back(L'\\');
+    CExplorerWindow window(folder, arguments.mode);
+    window.Run();
+    return 0;
 }
 
 }  // namespace tarnwell::shellprobe

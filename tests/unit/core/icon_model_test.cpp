@@ -12,11 +12,9 @@ TEST(IconModel, TakesTheExtensionInsideTheContainersOwn) {
         const char16_t *path, *extension;
     } kCases[] = {
         {u"C:\\a\\report.pdf.p7m", u"pdf"},
-        {u"report.tar.gz.p7", u"gz"},
         {u"report..p7", u""},
         {u"C:\\a\\report.p7m", u"C:\\a\\report"},  // without a dot: the whole rest
         {u"C:\\dir.ext\\report.p7m", u"ext\\report"},
-        {u"C:\\a\\report", u"C:\\a\\report"},
         {u".p7", u""},
         {u"", u""},
     };
@@ -34,12 +32,10 @@ TEST(IconModel, ReadsFileAndIndex) {
         {u"C:\\a.dll,-205", u"C:\\a.dll", -205},
         {u" \"C:\\a, b.dll\" , +7 ", u"C:\\a, b.dll", 7},
         {u"\"C:\\a.dll,12\"", u"C:\\a.dll", 12},
-        {u"\"C:\\a.dll\"", u"C:\\a.dll", 0},
         {u"C:\\a.dll,", u"C:\\a.dll", 0},
         {u"C:\\a,b.ico", u"C:\\a", 0},
         {u"a,1,2x3", u"a,1", 2},
         {u"a,--5", u"a", 0},
-        {u"a,2147483647", u"a", 2147483647},
         {u"a,99999999999999999999999999", u"a", 2147483647},
         {u"a,-2147483648", u"a", -2147483647},
         {u",5", u"", 5},

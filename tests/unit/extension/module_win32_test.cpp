@@ -72,6 +72,24 @@ TEST(Module, EachClassAnswersToItsInterfacesAndNoOthers) {
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
 }
 
+TEST(Module, HandlersOfOneFileRememberItAndDoNothingElse) {
+    for (const CLSID& expected : {CLSID_ExtractIcon, CLSID_ShellHover}) {
+        ComPtr<IPersistFile> file;
+        Create(expected)->QueryInterface(IID_IPersistFile,
+                                         reinterpret_cast<void**>(file.GetAddressOf()));
+        CLSID classId = {};
+        EXPECT_EQ(file->GetClassID(&classId), S_OK);
+        EXPECT_TRUE(IsEqualCLSID(classId, expected));
+        EXPECT_EQ(file->GetClassID(nullptr), E_POINTER);
+        EXPECT_EQ(file->Load(nullptr, STGM_READ), E_INVALIDARG);
+        EXPECT_EQ(file->Load(L"Z:\\there is none.p7", STGM_READWRITE | STGM_CREATE), S_OK);
+        EXPECT_EQ(file->IsDirty(), E_NOTIMPL);
+        EXPECT_EQ(file->Save(L"Z:\\a.p7", TRUE), E_NOTIMPL);
+        EXPECT_EQ(file->SaveCompleted(L"Z:\\a.p7"), E_NOTIMPL);
+        EXPECT_EQ(file->GetCurFile(nullptr), E_NOTIMPL);
+    }
+}
+
 TEST(Module, RefusesWhatItDoesNotHaveAndClearsTheResult) {
     const ComPtr<IClassFactory> factory = ClassObject(CLSID_ContextMenu);
     EXPECT_EQ(DllGetClassObject(CLSID_ContextMenu, IID_IClassFactory, nullptr), E_INVALIDARG);

@@ -3,6 +3,7 @@
 #include "common/system/os/install_paths.h"
 #include "common/system/os/settings_win32.h"
 #include "common/system/text/convert.h"
+#include "icon_fixture.h"
 #include "support/temp_folder.h"
 
 #include <gtest/gtest.h>
@@ -34,8 +35,6 @@ void ReadBelow(HKEY root, const std::string& prefix, Snapshot& snapshot) {
 /// A key of the test's own in place of HKEY_CLASSES_ROOT.
 class RegistrationTest : public testing::Test {
 protected:
-    ~RegistrationTest() override { RegDeleteTreeW(HKEY_CURRENT_USER, Wide(m_name)); }
-
     void Put(const CUTF16String& key, const CUTF16String& name) {
         ASSERT_TRUE(CSettingsKey::Create(Root(), key).SetText(name, u"theirs"));
     }
@@ -44,11 +43,9 @@ protected:
         ReadBelow(Root(), "", snapshot);
         return snapshot;
     }
-    HKEY Root() const { return m_root.Get(); }
+    HKEY Root() const { return m_classes.Root(); }
 
-    const CUTF16String m_name =
-        Utf16FromUtf8(("Software\\TarnwellTest" + std::to_string(GetCurrentProcessId())).c_str());
-    const CSettingsKey m_root = CSettingsKey::Create(HKEY_CURRENT_USER, m_name);
+    const test::CScratchClasses m_classes;
 };
 
 constexpr RegistrationRow kRows[] = {
@@ -97,7 +94,7 @@ TEST_F(RegistrationTest, RemovingTakesOnlyWhatIsOurs) {
                          {"shared\\plain\\more", {{"", "theirs"}}}};
     EXPECT_EQ(RemoveRows(Root(), kRows), S_OK);
     EXPECT_EQ(Read(), expected);
-    ASSERT_TRUE(m_root.DeleteKey(u"shared\\plain\\more"));
+    ASSERT_TRUE(CSettingsKey::Open(Root(), u"shared", true).DeleteKey(u"plain\\more"));
     for (int round = 0; round < 2; ++round) {  // what is missing is no failure
         EXPECT_EQ(RemoveRows(Root(), kRows), S_OK);
         EXPECT_EQ(Read(), (Snapshot{{"shared", {{"", "new"}}}}));
@@ -111,7 +108,7 @@ TEST_F(RegistrationTest, TheFirstFailureIsTheResultAndWhatWasWrittenStays) {
     EXPECT_TRUE(FAILED(WriteRows(Root(), rows, kModule)));
     EXPECT_EQ(Read(), (Snapshot{{"first", {}}}));
 
-    RegDeleteTreeW(HKEY_CURRENT_USER, Wide(m_name));     // the root is open, but gone
+    m_classes.Remove();                                  // the root is open, but gone
     const auto gone = static_cast<HRESULT>(0x800703FA);  // ERROR_KEY_DELETED
     EXPECT_EQ(UpdateAllClasses(ERegistryUpdate::kRegister, Root()), gone);
 }

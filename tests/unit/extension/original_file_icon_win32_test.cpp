@@ -1,0 +1,134 @@
+#include "tarnwell/win32/original_file_icon.h"
+
+#include "icon_fixture.h"
+#include "support/temp_folder.h"
+#include "support/trace_listener.h"
+
+namespace tarnwell::test {
+namespace {
+
+/// Whose icon it is: one of this program, the shell's default one or none.
+std::string Shown(const CUniqueIcon& icon, int size) {
+    const CUniqueModule shell(LoadLibraryW(L"shell32.dll"));
+    const Picture picture = PictureOf(icon.Get());
+    if (picture.empty())
+        return "none";
+    if (picture == PictureOf(IconOf(shell.Get(), 1, size).Get()))
+        return "shell";
+    WORD resource = 205;
+    while (resource < 220 && picture != PictureOf(IconOf(nullptr, resource, size).Get()))
+        ++resource;
+    return std::to_string(resource);
+}
+
+/// Load gives whose icons come at 48 and at 16 pixels for files named *.x.
+std::string Load(HKEY classes, std::u16string_view extension = u"x") {
+    CUniqueIcon large, little;
+    LoadOriginalFileIcon(extension, &large, &little, 48, 16, classes);
+    return Shown(large, 48) + " " + Shown(little, 16);
+}
+
+const CUTF16String kProgram = ProgramPath();
+
+TEST(OriginalFileIcon, IsWhatTheTypesDefaultIconSaysOrElseTheShells) {
+    SetEnvironmentVariableW(L"TARNWELL_TEST_ICONS", Wide(kProgram));
+    const CTempFolder folder;
+    const CUTF16String variable = u"%TARNWELL_TEST_ICONS%,-211";
+    const auto padded = [](std::size_t length) {
+        return kProgram + u"," +
+               CUTF16String(std::u16string(length - kProgram.Length() - 2, u'0')) + u"3";
+    };
+    const struct {
+        CUTF16String text;
+        const char* shown = nullptr;  // null: the shell's
+        DWORD type = REG_SZ;
+        std::size_t cut = 0;  // bytes missing at the end of the value
+    } kCases[] = {
+        {kProgram, "205"},
+        {kProgram + u",3", "208"},
+        {kProgram + u",-212", "212"},
+        {u"\"" + kProgram + u"\", -212", "212"},
+        {variable, "211", REG_EXPAND_SZ},
+        {variable},
+        {u"%TARNWELL_TEST_NONE%,0", nullptr, REG_EXPAND_SZ},
+        {padded(280), "208"},
+        {padded(281)},
+        {padded(280), "208", REG_SZ, 2},
+        {padded(281), nullptr, REG_EXPAND_SZ, 2},
+        {kProgram + u",-209x", "209", REG_SZ, 3},
+        {kProgram, nullptr, REG_BINARY},
+        {u"", nullptr, REG_SZ, 2},
+        {u"Z:\\there is\\none.dll"},
+        {u"Z:\\" + CUTF16String(std::u16string(260, u'x'))},
+        {Utf16(folder.Write("no icons.dll", "no icons"))},
+        {kProgram + u",99"},
+        {kProgram + u",-999"},
+        {kProgram + u",-99999999999999999999"},
+    };
+    const CScratchClasses classes;
+    CSettingsKey::Create(classes.Root(), u".x").SetText(u"", u"Type");
+    const CSettingsKey icon = CSettingsKey::Create(classes.Root(), u"Type\\DefaultIcon");
+    EXPECT_EQ(Load(classes.Root()), "shell shell");  // the key is there, but says nothing
+    for (const auto& test : kCases) {
+        SCOPED_TRACE(Utf8FromUtf16(test.text).CStr() + (" cut by " + std::to_string(test.cut)));
+        RegSetValueExW(icon.Get(), nullptr, 0, test.type,
+                       reinterpret_cast<const BYTE*>(test.text.CStr()),
+                       static_cast<DWORD>(2 * test.text.Length() + 2 - test.cut));
+        const CTraceListener trace;
+        const std::string shown = test.shown ? test.shown : "shell";
+        EXPECT_EQ(Load(classes.Root()), shown + " " + shown);
+        EXPECT_EQ(trace.Messages(),
+                  std::vector<std::string>(test.shown ? 0 : 1, "Default ICON choosen"));
+        EXPECT_EQ(trace.Lines().front() + "/" + trace.Lines().back(),
+                  "enter LoadOriginalFileIcon/leave LoadOriginalFileIcon");
+    }
+}
+
+TEST(OriginalFileIcon, IsLookedForInTheTypeAndThenInItsCurrentVersion) {
+    const struct {
+        std::vector<std::pair<CUTF16String, CUTF16String>> values;
+        std::u16string extension;
+        bool isFound;
+    } kCases[] = {
+        {{{u".x", u"Old"}, {u"Old\\CurVer", u"New"}, {u"New\\DefaultIcon", kProgram}}, u"x", true},
+        {{{u".x", u"Old"},
+          {u"Old\\CurVer", u"New"},
+          {u"New\\DefaultIcon", kProgram},
+          {u"Old\\DefaultIcon", u"Z:\\none.dll"}},
+         u"x",
+         false},
+        {{{u".x", u"Old"},
+          {u"Old\\CurVer", u"Mid"},
+          {u"Mid\\CurVer", u"New"},
+          {u"New\\DefaultIcon", kProgram}},
+         u"x",
+         false},
+        {{{u".x", u"Old"}, {u"Old\\CurVer", u"New"}}, u"x", false},
+        {{{u".x", u""}, {u"DefaultIcon", kProgram}}, u"x", false},
+        {{{u".", u"Old"}, {u"Old\\DefaultIcon", kProgram}}, u"", false},
+        {{{u".x", u"Old"}, {u"Old\\DefaultIcon", kProgram}}, u"C:\\a\\report", false},
+        {{{u".x", u"Old"}, {u"Old\\DefaultIcon", kProgram}}, std::u16string(40000, u'x'), false},
+    };
+    for (const auto& test : kCases) {
+        const CScratchClasses classes;
+        for (const auto& [key, text] : test.values)
+            CSettingsKey::Create(classes.Root(), key).SetText(u"", text);
+        EXPECT_EQ(Load(classes.Root(), test.extension), test.isFound ? "205 205" : "shell shell")
+            << &test - kCases;
+    }
+}
+
+TEST(OriginalFileIcon, OneThatCannotBeHadSendsBothToTheDefault) {
+    const CScratchClasses classes;
+    CSettingsKey::Create(classes.Root(), u".x").SetText(u"", u"Type");
+    CSettingsKey::Create(classes.Root(), u"Type\\DefaultIcon").SetText(u"", kProgram);
+    CUniqueIcon large, little;
+    LoadOriginalFileIcon(u"x", nullptr, &little, 65535, 16, classes.Root());
+    EXPECT_EQ(Shown(little, 16), "205");
+    LoadOriginalFileIcon(u"x", &large, &little, 65535, 16, classes.Root());
+    EXPECT_EQ(Shown(large, 16), "none");  // no memory holds this size
+    EXPECT_EQ(Shown(little, 16), "shell");
+}
+
+}  // namespace
+}  // namespace tarnwell::test

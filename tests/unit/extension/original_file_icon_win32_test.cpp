@@ -1,5 +1,7 @@
 #include "tarnwell/win32/original_file_icon.h"
 
+#include <sstream>
+
 #include "icon_fixture.h"
 #include "support/temp_folder.h"
 #include "support/trace_listener.h"
@@ -82,52 +84,42 @@ TEST(OriginalFileIcon, IsWhatTheTypesDefaultIconSaysOrElseTheShells) {
         EXPECT_EQ(trace.Lines().front() + "/" + trace.Lines().back(),
                   "enter LoadOriginalFileIcon/leave LoadOriginalFileIcon");
     }
-}
 
-TEST(OriginalFileIcon, IsLookedForInTheTypeAndThenInItsCurrentVersion) {
-    const struct {
-        std::vector<std::pair<CUTF16String, CUTF16String>> values;
-        std::u16string extension;
-        bool isFound;
-    } kCases[] = {
-        {{{u".x", u"Old"}, {u"Old\\CurVer", u"New"}, {u"New\\DefaultIcon", kProgram}}, u"x", true},
-        {{{u".x", u"Old"},
-          {u"Old\\CurVer", u"New"},
-          {u"New\\DefaultIcon", kProgram},
-          {u"Old\\DefaultIcon", u"Z:\\none.dll"}},
-         u"x",
-         false},
-        {{{u".x", u"Old"},
-          {u"Old\\CurVer", u"Mid"},
-          {u"Mid\\CurVer", u"New"},
-          {u"New\\DefaultIcon", kProgram}},
-         u"x",
-         false},
-        {{{u".x", u"Old"}, {u"Old\\CurVer", u"New"}}, u"x", false},
-        {{{u".x", u""}, {u"DefaultIcon", kProgram}}, u"x", false},
-        {{{u".", u"Old"}, {u"Old\\DefaultIcon", kProgram}}, u"", false},
-        {{{u".x", u"Old"}, {u"Old\\DefaultIcon", kProgram}}, u"C:\\a\\report", false},
-        {{{u".x", u"Old"}, {u"Old\\DefaultIcon", kProgram}}, std::u16string(40000, u'x'), false},
-    };
-    for (const auto& test : kCases) {
-        const CScratchClasses classes;
-        for (const auto& [key, text] : test.values)
-            CSettingsKey::Create(classes.Root(), key).SetText(u"", text);
-        EXPECT_EQ(Load(classes.Root(), test.extension), test.isFound ? "205 205" : "shell shell")
-            << &test - kCases;
-    }
-}
-
-TEST(OriginalFileIcon, OneThatCannotBeHadSendsBothToTheDefault) {
-    const CScratchClasses classes;
-    CSettingsKey::Create(classes.Root(), u".x").SetText(u"", u"Type");
-    CSettingsKey::Create(classes.Root(), u"Type\\DefaultIcon").SetText(u"", kProgram);
+    // One icon that cannot be had sends both to the default.
+    icon.SetText(u"", kProgram);
     CUniqueIcon large, little;
     LoadOriginalFileIcon(u"x", nullptr, &little, 65535, 16, classes.Root());
     EXPECT_EQ(Shown(little, 16), "205");
     LoadOriginalFileIcon(u"x", &large, &little, 65535, 16, classes.Root());
-    EXPECT_EQ(Shown(large, 16), "none");  // no memory holds this size
-    EXPECT_EQ(Shown(little, 16), "shell");
+    EXPECT_EQ(Shown(large, 16) + Shown(little, 16), "noneshell");
+}
+
+TEST(OriginalFileIcon, IsLookedForInTheTypeAndThenInItsCurrentVersion) {
+    const struct {
+        const char* keys;  // key=default value; "*" is a file with icons
+        std::u16string extension;
+        bool isFound;
+    } kCases[] = {
+        {".x=Old Old\\CurVer=New New\\DefaultIcon=*", u"x", true},
+        {".x=Old Old\\CurVer=New New\\DefaultIcon=* Old\\DefaultIcon=none.dll", u"x", false},
+        {".x=Old Old\\CurVer=Mid Mid\\CurVer=New New\\DefaultIcon=*", u"x", false},
+        {".x=Old Old\\CurVer=New", u"x", false},
+        {".x= DefaultIcon=*", u"x", false},
+        {".=Old Old\\DefaultIcon=*", u"", false},
+        {".x=Old Old\\DefaultIcon=*", u"C:\\a\\report", false},
+        {".x=Old Old\\DefaultIcon=*", std::u16string(40000, u'x'), false},
+    };
+    for (const auto& test : kCases) {
+        const CScratchClasses classes;
+        std::istringstream keys(test.keys);
+        for (std::string key, text; std::getline(keys, key, '=');) {
+            std::getline(keys, text, ' ');
+            CSettingsKey::Create(classes.Root(), Utf16FromUtf8(key))
+                .SetText(u"", text == "*" ? kProgram : Utf16FromUtf8(text));
+        }
+        EXPECT_EQ(Load(classes.Root(), test.extension), test.isFound ? "205 205" : "shell shell")
+            << test.keys;
+    }
 }
 
 }  // namespace

@@ -81,32 +81,36 @@ constexpr std::pair<std::string_view, EHandler> kHandlers[] = {
 constexpr std::pair<std::string_view, EViewMode> kModes[] = {
     {"large", EViewMode::kLarge}, {"small", EViewMode::kSmall}, {"details", EViewMode::kDetails}};
 
-void TakeOption(Arguments& arguments, std::string_view name, std::string_view value) {
-    constexpr std::uint32_t kMax = std::numeric_limits<std::uint32_t>::max();
-    if (name == "--flags")
-        arguments.flags = Number(name, value, kMax);
-    else if (name == "--first")
-        arguments.firstId = Number(name, value, kMax);
-    else if (name == "--last")
-        arguments.lastId = Number(name, value, kMax);
-    else if (name == "--offset")
-        arguments.offset = Number(name, value, 0xFFFF);
-    else if (name == "--answer-after")
-        arguments.answerAfter = Number(name, value, 600'000);
-    else if (name == "--large")
-        arguments.largeSize = Number(name, value, 0xFFFF);
-    else if (name == "--small")
-        arguments.smallSize = Number(name, value, 0xFFFF);
+struct NumberOption {
+    std::string_view name;
+    std::uint32_t Arguments::*value;
+    std::uint32_t limit;
+};
+
+constexpr std::uint32_t kAny = std::numeric_limits<std::uint32_t>::max();
+constexpr NumberOption kNumbers[] = {
+    {"--flags", &Arguments::flags, kAny},
+    {"--first", &Arguments::firstId, kAny},
+    {"--last", &Arguments::lastId, kAny},
+    {"--offset", &Arguments::offset, 0xFFFF},
+    {"--large", &Arguments::largeSize, 0xFFFF},
+    {"--small", &Arguments::smallSize, 0xFFFF},
+    {"--rounds", &Arguments::rounds, 100'000'000},
+    {"--answer-after", &Arguments::answerAfter, 600'000},
+};
+
+void TakeOption(Arguments& arguments, std::string_view name, std::string_view text) {
+    const auto* number = std::ranges::find(kNumbers, name, &NumberOption::name);
+    if (number != std::end(kNumbers))
+        arguments.*number->value = Number(name, text, number->limit);
     else if (name == "--png")
-        arguments.png = Utf16FromUtf8(value);
-    else if (name == "--rounds")
-        arguments.rounds = Number(name, value, 100'000'000);
+        arguments.png = Utf16FromUtf8(text);
     else if (name == "--only")
-        arguments.only = Choice(name, value, kHandlers);
+        arguments.only = Choice(name, text, kHandlers);
     else if (name == "--mode")
-        arguments.mode = Choice(name, value, kModes);
+        arguments.mode = Choice(name, text, kModes);
     else
-        TakePoint(arguments, value);
+        TakePoint(arguments, text);
 }
 
 const CommandName& FindCommand(const std::string& name) {

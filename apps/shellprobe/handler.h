@@ -8,6 +8,7 @@
 #include <string>
 
 #include "common/system/os/windows.h"
+#include "shellprobe/output.h"
 // Windows last.
 #include <objbase.h>
 #include <wrl/client.h>
@@ -24,16 +25,24 @@ public:
 /// HKEY_CLASSES_ROOT; nothing where there is none.
 std::optional<CLSID> RegisteredClass(const std::wstring& key);
 
-/// HandlerOfType finds the handler `name` (a key below shellex) of the type of `file`, by way of
-/// its extension; nothing where the type has none.
-std::optional<CLSID> HandlerOfType(const std::wstring& file, const wchar_t* name);
-
 /// CreateHandler makes the object through COM. Throws ENoHandler.
 void CreateHandler(const CLSID& classId, const IID& id, void** object);
 
-/// CreateFileHandler makes the object and hands it the file, which must be a full path. Throws
-/// ENoHandler.
-void CreateFileHandler(const CLSID& classId, const IID& id, const std::wstring& file,
-                       void** object);
+/// FindFileHandler finds the handler `name` (a key below shellex) of the type of `file`, by way of
+/// its extension, makes it and hands it the file, which must be a full path. False where the type
+/// has none. Throws ENoHandler where it has one that cannot be had.
+bool FindFileHandler(const std::wstring& file, const wchar_t* name, const IID& id, void** object);
+
+/// HostFor makes a Host for a file that must have a handler, found in the registry or by the
+/// system's shell. Throws ENoHandler.
+template <class Host>
+Host HostFor(const std::wstring& file, bool isThroughShell) {
+    if (isThroughShell)
+        return Host::FromShell(file);
+    std::optional<Host> host = Host::Find(file);
+    if (!host)
+        throw ENoHandler("there is no such handler for files of this type: " + Utf8(file));
+    return *std::move(host);
+}
 
 }  // namespace tarnwell::shellprobe

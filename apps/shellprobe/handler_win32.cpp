@@ -1,6 +1,5 @@
 #include "shellprobe/handler.h"
 
-#include "shellprobe/output.h"
 #include "shellprobe/shell_ids.h"
 // Windows last.
 #include <objidl.h>
@@ -30,14 +29,6 @@ std::optional<CLSID> RegisteredClass(const std::wstring& key) {
     return classId;
 }
 
-std::optional<CLSID> HandlerOfType(const std::wstring& file, const wchar_t* name) {
-    const std::wstring extension = PathFindExtensionW(file.c_str());
-    const std::wstring type = extension.empty() ? extension : ClassesText(extension);
-    if (type.empty())
-        return std::nullopt;
-    return RegisteredClass(type + L"\\shellex\\" + name);
-}
-
 void CreateHandler(const CLSID& classId, const IID& id, void** object) {
     const HRESULT result = CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, id, object);
     if (FAILED(result))
@@ -45,15 +36,21 @@ void CreateHandler(const CLSID& classId, const IID& id, void** object) {
                          ". Is its DLL still where it was registered?");
 }
 
-void CreateFileHandler(const CLSID& classId, const IID& id, const std::wstring& file,
-                       void** object) {
+bool FindFileHandler(const std::wstring& file, const wchar_t* name, const IID& id, void** object) {
+    const std::wstring extension = PathFindExtensionW(file.c_str());
+    const std::wstring type = extension.empty() ? extension : ClassesText(extension);
+    const std::optional<CLSID> classId =
+        type.empty() ? std::nullopt : RegisteredClass(type + L"\\shellex\\" + name);
+    if (!classId)
+        return false;
     ComPtr<IPersistFile> persist;
-    CreateHandler(classId, kPersistFileId, reinterpret_cast<void**>(persist.GetAddressOf()));
+    CreateHandler(*classId, kPersistFileId, reinterpret_cast<void**>(persist.GetAddressOf()));
     HRESULT result = persist->Load(file.c_str(), STGM_READ);
     if (SUCCEEDED(result))
         result = persist->QueryInterface(id, object);
     if (FAILED(result))
         throw ENoHandler("the handler does not take " + Utf8(file) + ": " + Hex(result));
+    return true;
 }
 
 }  // namespace tarnwell::shellprobe

@@ -12,15 +12,6 @@
 namespace tarnwell::shellprobe {
 namespace {
 
-CIconHost HostOf(const std::wstring& file, const Arguments& arguments) {
-    if (arguments.isThroughShell)
-        return CIconHost::FromShell(file);
-    std::optional<CIconHost> host = CIconHost::Find(file);
-    if (!host)
-        throw ENoHandler("files such as " + Utf8(file) + " have no icon handler");
-    return *std::move(host);
-}
-
 /// Extract asks even a handler that could not locate the icon, to see what it says then.
 ExtractedIcons Extract(CIconHost& host, const IconLocation& location, const Arguments& arguments) {
     return host.Extract(location, static_cast<WORD>(arguments.largeSize),
@@ -34,7 +25,7 @@ ExtractedIcons ExtractInBackground(const std::wstring& file, const Arguments& ar
     std::jthread([&] {
         try {
             const COleApartment apartment;
-            CIconHost host = HostOf(file, arguments);
+            CIconHost host = HostFor<CIconHost>(file, arguments.isThroughShell);
             icons = Extract(host, host.Locate(0), arguments);
         } catch (...) {
             error = std::current_exception();
@@ -59,7 +50,7 @@ int RunIcon(const Arguments& arguments) {
     const std::vector<std::wstring> files = FullPaths(arguments.files);
     int status = 0;
     for (std::size_t i = 0; i < files.size(); ++i) {
-        CIconHost host = HostOf(files[i], arguments);
+        CIconHost host = HostFor<CIconHost>(files[i], arguments.isThroughShell);
         const IconLocation location = host.Locate(arguments.isAsync ? GIL_ASYNC : 0);
         const bool isPending = location.result == E_PENDING;
         const ExtractedIcons icons = isPending ? ExtractInBackground(files[i], arguments)

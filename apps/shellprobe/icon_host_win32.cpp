@@ -7,12 +7,10 @@
 namespace tarnwell::shellprobe {
 
 std::optional<CIconHost> CIconHost::Find(const std::wstring& file) {
-    const std::optional<CLSID> classId = HandlerOfType(file, L"IconHandler");
-    if (!classId)
-        return std::nullopt;
     CIconHost host;
-    CreateFileHandler(*classId, kExtractIconId, file,
-                      reinterpret_cast<void**>(host.m_handler.GetAddressOf()));
+    if (!FindFileHandler(file, L"IconHandler", kExtractIconId,
+                         reinterpret_cast<void**>(host.m_handler.GetAddressOf())))
+        return std::nullopt;
     return host;
 }
 

@@ -7,23 +7,10 @@
 
 namespace tarnwell::shellprobe {
 
-namespace {
-
-CTipHost HostOf(const std::wstring& file, const Arguments& arguments) {
-    if (arguments.isThroughShell)
-        return CTipHost::FromShell(file);
-    std::optional<CTipHost> host = CTipHost::Find(file);
-    if (!host)
-        throw ENoHandler("files such as " + Utf8(file) + " have no tip handler");
-    return *std::move(host);
-}
-
-}  // namespace
-
 int RunTip(const Arguments& arguments) {
     int status = 0;
     for (const std::wstring& file : FullPaths(arguments.files)) {
-        const InfoTip tip = HostOf(file, arguments).Ask();
+        const InfoTip tip = HostFor<CTipHost>(file, arguments.isThroughShell).Ask();
         CJsonObject json;
         if (tip.text)
             json.Add("tip", Utf8(*tip.text));

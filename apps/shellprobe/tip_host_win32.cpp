@@ -8,13 +8,10 @@
 namespace tarnwell::shellprobe {
 
 std::optional<CTipHost> CTipHost::Find(const std::wstring& file) {
-    const std::optional<CLSID> classId =
-        HandlerOfType(file, L"{00021500-0000-0000-C000-000000000046}");
-    if (!classId)
-        return std::nullopt;
     CTipHost host;
-    CreateFileHandler(*classId, kQueryInfoId, file,
-                      reinterpret_cast<void**>(host.m_handler.GetAddressOf()));
+    if (!FindFileHandler(file, L"{00021500-0000-0000-C000-000000000046}", kQueryInfoId,
+                         reinterpret_cast<void**>(host.m_handler.GetAddressOf())))
+        return std::nullopt;
     return host;
 }
 

@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2034
-# How the scripts run Wine. Sourced, not run.
+# How the scripts run Wine. Sourced after lib.sh, not run.
 
 # The 64-bit loader itself: the wrapper in the path would complain that the 32-bit one is missing.
 wine=/usr/lib/wine/wine64

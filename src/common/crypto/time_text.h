@@ -1,8 +1,7 @@
 #pragma once
 
 // Times as people read them: in the local time zone and the user's own spelling of date and time.
-// The locale is opened beside the process's own, which belongs to the explorer and stays as it is.
-// Any thread may call.
+// The locale of the process is the explorer's, and stays as it is. Any thread may call.
 
 #include <cstdint>
 
@@ -17,9 +16,9 @@ namespace tarnwell {
 CISOString TimeToText(const ASN1_TIME* time);
 
 /// LocalTimeText spells `seconds` since 1970-01-01 UTC as the runtime library's "%c" does in
-/// `locale` (by its name there; "" is the user's default), as UTF-8 of fewer than 80 units before
-/// the conversion. "" for a longer text, an unknown locale, or a moment that the library cannot
-/// break down.
+/// `locale` (the system's name for it; "" is the user's default), as UTF-8. "" where that takes 80
+/// wide characters or more, for an unknown locale, and for a moment that the library cannot break
+/// down (on Windows: before 1970).
 CISOString LocalTimeText(std::int64_t seconds, const char* locale = "");
 
 }  // namespace tarnwell

@@ -1,4 +1,20 @@
-# The extension's DLL: its resources, the icons in them, and how it is linked.
+# Resources: message tables, icons, and the extension's DLL, which carries them.
+
+# tarnwell_messages(<mc> <rc>): compiles a message table of several languages for the script that
+# takes them in, <name>_en.bin and so on.
+function(tarnwell_messages table script)
+    find_program(WINDMC x86_64-w64-mingw32-windmc REQUIRED)
+    set(folder ${PROJECT_BINARY_DIR}/generated)
+    get_filename_component(name ${table} NAME_WE)
+    set(stamp ${folder}/${name}.stamp)
+    # -U: the table's texts become UTF-16. -C: the file is UTF-8. The header and the script that it
+    # writes too have no reader.
+    add_custom_command(OUTPUT ${stamp}
+        COMMAND ${WINDMC} -U -C 65001 -h ${folder} -r ${folder} ${table}
+        COMMAND ${CMAKE_COMMAND} -E touch ${stamp}
+        DEPENDS ${table} VERBATIM)
+    set_property(SOURCE ${script} APPEND PROPERTY OBJECT_DEPENDS ${stamp})
+endfunction()
 
 # tarnwell_icon(<name> <result> [SOFT] <size>...): builds <name>.ico of those square sizes from
 # assets/<name>_<size>.svg, where a size has a drawing of its own, else from assets/<name>.svg. SOFT

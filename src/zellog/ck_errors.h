@@ -1,7 +1,7 @@
 #pragma once
 
-// Names of PKCS#11 return values, as the PKCS #11 Cryptographic Token Interface Base
-// Specification (versions 2.40 and 3.0) gives them. Pure.
+// Names of PKCS#11 return values: all that the PKCS #11 Cryptographic Token Interface Base
+// Specification defines up to version 3.2, and what 2.x defined and 3.x dropped. Pure.
 
 namespace tarnwell::zellog {
 

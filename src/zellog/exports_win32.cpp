@@ -1,5 +1,6 @@
 // The five functions that programs bind by name. They are called from anywhere, also between a
 // failed system call and the reading of its error, so each leaves the thread's last error alone.
+// While there is no trace file a call is a read of one variable.
 
 #include <windows.h>
 
@@ -10,7 +11,9 @@
 #include <iterator>
 
 #include "ck_errors.h"
+#include "keep_last_error.h"
 #include "trace_file.h"
+#include "trace_format.h"
 
 using namespace tarnwell::zellog;
 
@@ -20,30 +23,17 @@ thread_local unsigned t_depth = 0;
 thread_local char t_win32Text[2048];
 thread_local char t_ckText[64];
 
-class CKeepLastError {
-public:
-    CKeepLastError() noexcept : m_error(GetLastError()) {}
-    ~CKeepLastError() { SetLastError(m_error); }
-    CKeepLastError(const CKeepLastError&) = delete;
-    CKeepLastError& operator=(const CKeepLastError&) = delete;
-
-private:
-    DWORD m_error;
-};
-
 }  // namespace
 
 // NOLINTBEGIN(cert-dcl50-cpp): the interface is variadic.
 
 // The name is text, not a format; arguments behind it have no types here and are not read.
 extern "C" void TraceEnter(const char* name, ...) {
-    const CKeepLastError keep;
     if (TraceIsOn())
         WriteTrace(t_depth++, ETraceMark::kEnter, name);
 }
 
 extern "C" void TraceLeave(const char* name, ...) {
-    const CKeepLastError keep;
     if (!TraceIsOn())
         return;
     if (t_depth > 0)
@@ -52,19 +42,16 @@ extern "C" void TraceLeave(const char* name, ...) {
 }
 
 extern "C" void TraceString(const char* format, ...) {
-    const CKeepLastError keep;
     if (!TraceIsOn())
         return;
-    if (!format) {
-        WriteTrace(t_depth, ETraceMark::kMessage, nullptr);
-        return;
-    }
-    char text[CTraceLine::kMostText + 16];  // a little more than is kept, so that a cut is seen
+    const CKeepLastError keep;
+    char text[kTraceTextSize] = "(null)";
     std::va_list arguments;
     va_start(arguments, format);
-    const int length = std::vsnprintf(text, sizeof(text), format, arguments);
+    if (format)
+        FormatTrace(text, format, arguments);
     va_end(arguments);
-    WriteTrace(t_depth, ETraceMark::kMessage, length < 0 ? format : text);
+    WriteTrace(t_depth, ETraceMark::kMessage, text);
 }
 
 // NOLINTEND(cert-dcl50-cpp)

@@ -2,80 +2,80 @@
 
 #include <windows.h>
 
-#include <cwchar>
-#include <iterator>
+#include <exception>
+#include <string>
+
+#include "keep_last_error.h"
+#include "rolling_file.h"
 
 namespace tarnwell::zellog {
+
+constinit std::atomic<ETraceState> s_traceState = ETraceState::kUndecided;
+
 namespace {
 
-// Open until the process ends: the last lines may come while other modules are being unloaded.
-HANDLE OpenFromEnvironment() noexcept {
-    wchar_t path[32768];  // the longest value that the environment can hold
-    const DWORD length =
-        GetEnvironmentVariableW(L"TARNWELL_TRACE", path, static_cast<DWORD>(std::size(path)));
-    if (length == 0 || length >= std::size(path))
-        return INVALID_HANDLE_VALUE;
-    // Append access alone makes every write go to the end, whoever else writes.
-    return CreateFileW(path, FILE_APPEND_DATA,
-                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
-                       FILE_ATTRIBUTE_NORMAL, nullptr);
+std::wstring PathFromEnvironment() {
+    constexpr DWORD kLongest = 32768;  // the longest value that the environment can hold
+    std::wstring path(kLongest, L'\0');
+    const DWORD length = GetEnvironmentVariableW(L"TARNWELL_TRACE", path.data(), kLongest);
+    path.resize(length < kLongest ? length : 0);
+    return path;
 }
 
-HANDLE File() noexcept {
-    static const HANDLE file = OpenFromEnvironment();
-    return file;
+std::wstring PathFromSettings() {
+    constexpr DWORD kLongest = 32768;  // units of a path
+    std::wstring path(kLongest, L'\0');
+    DWORD bytes = kLongest * sizeof(wchar_t);
+    if (RegGetValueW(HKEY_LOCAL_MACHINE, L"Software\\Quorva", L"TraceFile", RRF_RT_REG_SZ, nullptr,
+                     path.data(), &bytes) != ERROR_SUCCESS)
+        return {};
+    path.resize(path.find(L'\0'));
+    return path;
 }
 
-/// One line at a time between all who write. Windows appends in one step by itself; where a file
-/// server or another system behind the same calls looks up the end first, lines of two processes
-/// would meet there. The lock lies on a byte far behind any line. Whoever holds it and hangs is
-/// not waited for: after a moment the line is written without it.
-class CLineLock {
-public:
-    explicit CLineLock(HANDLE file) noexcept : m_file(file) {
-        constexpr int kYields = 30;
-        const ULONGLONG end = GetTickCount64() + 1000;  // ms: longer than a busy machine's pauses
-        for (int i = 0; !m_held && (i < kYields || GetTickCount64() < end); ++i) {
-            if (i > 0)
-                Sleep(i < kYields ? 0 : 1);
-            OVERLAPPED place = Place();
-            m_held = LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
-                                &place) != FALSE;
-        }
-    }
-    ~CLineLock() {
-        OVERLAPPED place = Place();
-        if (m_held)
-            UnlockFileEx(m_file, 0, 1, 0, &place);
-    }
-    CLineLock(const CLineLock&) = delete;
-    CLineLock& operator=(const CLineLock&) = delete;
+/// TracePath is a full path: the program may change its current folder before the file is full.
+std::wstring TracePath() noexcept try {
+    std::wstring path = PathFromEnvironment();
+    if (path.empty())
+        path = PathFromSettings();
+    const DWORD size = path.empty() ? 0 : GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
+    std::wstring full(size, L'\0');
+    full.resize(size == 0 ? 0 : GetFullPathNameW(path.c_str(), size, full.data(), nullptr));
+    return full;
+} catch (const std::exception&) {  // no memory, no trace
+    return {};
+}
 
-private:
-    static OVERLAPPED Place() noexcept {
-        OVERLAPPED place{};
-        place.OffsetHigh = 0x40000000;
-        return place;
-    }
-    HANDLE m_file;
-    bool m_held = false;
+/// Never destroyed: the last lines may come while other modules are being unloaded.
+union UTraceFile {
+    UTraceFile() noexcept : file(TracePath()) {}
+    ~UTraceFile() {}
+    CRollingFile file;
 };
+
+CRollingFile& File() noexcept {
+    static UTraceFile trace;
+    return trace.file;
+}
 
 }  // namespace
 
-bool TraceIsOn() noexcept {
-    return File() != INVALID_HANDLE_VALUE;
+bool DecideTrace() noexcept {
+    const CKeepLastError keep;
+    const bool isOn = File().IsOpen();
+    s_traceState.store(isOn ? ETraceState::kOn : ETraceState::kOff, std::memory_order_release);
+    return isOn;
 }
 
 void WriteTrace(unsigned depth, ETraceMark mark, const char* text) noexcept {
+    const CKeepLastError keep;
     SYSTEMTIME now;
     GetSystemTime(&now);
     const CTraceLine line(
         {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds},
         GetCurrentProcessId(), GetCurrentThreadId(), depth, mark, text);
-    DWORD written = 0;
-    const CLineLock lock(File());
-    WriteFile(File(), line.Bytes(), static_cast<DWORD>(line.Length()), &written, nullptr);
+    static_assert(sizeof(CTraceLine) <= CRollingFile::kLongestLine);
+    File().Append({line.Bytes(), line.Length()});
 }
 
 }  // namespace tarnwell::zellog

@@ -6,8 +6,8 @@
 namespace tarnwell::zellog {
 namespace {
 
-constexpr ULONGLONG kPatience = 1000;      // ms: longer than a busy machine's pauses
-constexpr ULONGLONG kRotationPause = 1000; // ms between attempts that somebody's open file spoils
+constexpr ULONGLONG kPatience = 1000;       // ms: longer than a busy machine's pauses
+constexpr ULONGLONG kRotationPause = 1000;  // ms between attempts that somebody's open file spoils
 
 /// Try calls `attempt` until it succeeds; most locks are free after a few yields.
 template <class Attempt>

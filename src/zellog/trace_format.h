@@ -21,7 +21,6 @@ bool BoundFormat(const char* format, char* bounded, std::size_t size) noexcept;
 
 /// FormatTrace fills `format` from `arguments` into `text`, cut to its size. A format that
 /// BoundFormat refuses is shown as it stands, its arguments unread.
-void FormatTrace(char (&text)[kTraceTextSize], const char* format,
-                 std::va_list arguments) noexcept;
+void FormatTrace(char (&text)[kTraceTextSize], const char* format, std::va_list arguments) noexcept;
 
 }  // namespace tarnwell::zellog

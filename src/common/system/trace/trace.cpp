@@ -59,7 +59,13 @@ private:
 };
 constinit CEarlyMessages s_early;
 
-const TraceLibrary* Library() noexcept {
+}  // namespace
+
+const TraceLibrary* ReplaceTraceLibrary(const TraceLibrary* library) noexcept {
+    return s_replacement.exchange(library, std::memory_order_acq_rel);
+}
+
+const TraceLibrary* FindTraceLibrary() noexcept {
     if (const TraceLibrary* replacement = s_replacement.load(std::memory_order_acquire))
         return replacement;
     if (!IsOpen())
@@ -68,12 +74,6 @@ const TraceLibrary* Library() noexcept {
     if (library)
         s_early.HandOver(*library);
     return library;
-}
-
-}  // namespace
-
-const TraceLibrary* ReplaceTraceLibrary(const TraceLibrary* library) noexcept {
-    return s_replacement.exchange(library, std::memory_order_acq_rel);
 }
 
 void OpenTrace() noexcept {
@@ -89,7 +89,7 @@ void TraceString(const char* message) noexcept {
 }
 
 void TraceString(const char* format, const char* argument) noexcept {
-    const TraceLibrary* library = Library();
+    const TraceLibrary* library = FindTraceLibrary();
     if (library && library->traceString)
         library->traceString(format, argument);
     else if (!library && s_gate.load(std::memory_order_acquire) == EGate::kShut)
@@ -97,27 +97,21 @@ void TraceString(const char* format, const char* argument) noexcept {
 }
 
 const char* GetWin32ErrorString(std::uint32_t code) noexcept {
-    const TraceLibrary* library = Library();
+    const TraceLibrary* library = FindTraceLibrary();
     const char* text =
         library && library->getWin32ErrorString ? library->getWin32ErrorString(code) : nullptr;
     return text ? text : "";
 }
 
 const char* GetCkErrorString(unsigned long code) noexcept {
-    const TraceLibrary* library = Library();
+    const TraceLibrary* library = FindTraceLibrary();
     const char* text =
         library && library->getCkErrorString ? library->getCkErrorString(code) : nullptr;
     return text ? text : "";
 }
 
-CTraceScope::CTraceScope(const char* name) noexcept : m_name(name) {
-    const TraceLibrary* library = Library();
-    if (library && library->traceEnter)
-        library->traceEnter(m_name);
-}
-
 CTraceScope::~CTraceScope() {
-    const TraceLibrary* library = Library();
+    const TraceLibrary* library = FindTraceLibrary();
     if (library && library->traceLeave)
         library->traceLeave(m_name);
 }

@@ -5,6 +5,7 @@
 // the module's own folder, and where it is missing every call is a no-op. Any thread may call.
 
 #include <cstdint>
+#include <type_traits>
 
 namespace tarnwell {
 
@@ -20,6 +21,9 @@ struct TraceLibrary {
 /// ReplaceTraceLibrary puts `library` (not owned; null: the system's own again) in place of the
 /// bound one and returns what it replaced. For tests that listen; not synchronised with callers.
 const TraceLibrary* ReplaceTraceLibrary(const TraceLibrary* library) noexcept;
+
+/// FindTraceLibrary gives the entries to call just now, null where there are none.
+const TraceLibrary* FindTraceLibrary() noexcept;
 
 /// OpenTrace says that the module is attached, so that a call may load the library from now on.
 /// A DLL calls it as the last act of its attach notification; in a program it is open from the
@@ -42,12 +46,22 @@ const char* GetWin32ErrorString(std::uint32_t code) noexcept;
 /// GetCkErrorString gives the library's text for a PKCS#11 return value, "" without a library.
 const char* GetCkErrorString(unsigned long code) noexcept;
 
+/// What can follow a traced function's name: numbers, flags and pointers.
+template <class T>
+concept TraceArgument = std::is_scalar_v<T> && !std::is_member_pointer_v<T>;
+
 /// Brackets a traced function: reports its entry, and its exit on every way out.
 class CTraceScope {
 public:
     /// `name` is the function as "Class::Method"; it must outlive the scope (a literal does) and
-    /// hold no "%".
-    explicit CTraceScope(const char* name) noexcept;
+    /// hold no "%". `arguments` are handed over behind it on entry, for libraries that know the
+    /// function; ours, to which they are bytes without a type, leaves them unread.
+    template <TraceArgument... Arguments>
+    explicit CTraceScope(const char* name, Arguments... arguments) noexcept : m_name(name) {
+        const TraceLibrary* library = FindTraceLibrary();
+        if (library && library->traceEnter)
+            library->traceEnter(m_name, arguments...);
+    }
     ~CTraceScope();
     CTraceScope(const CTraceScope&) = delete;
     CTraceScope& operator=(const CTraceScope&) = delete;

@@ -1,0 +1,140 @@
+// The event log and the events' texts, from the message table of the built zelLog.dll.
+
+#include <gmock/gmock.h>
+
+#include "common/system/os/event_log_win32.h"
+#include "common/system/os/event_message_win32.h"
+#include "common/system/os/event_source.h"
+#include "common/system/os/install_paths.h"
+
+namespace tarnwell {
+namespace {
+
+using testing::ElementsAre;
+using testing::SizeIs;
+
+struct Reported {
+    WORD type, category;
+    DWORD identifier;
+    std::vector<std::u16string> texts;
+};
+std::vector<Reported> s_reported;
+std::u16string s_source;
+int s_closed = 0;
+
+EventLogSystem WatchedSystem() {
+    s_reported.clear();
+    s_closed = 0;
+    EventLogSystem system;
+    system.open = [](const wchar_t* server, const wchar_t* source) -> HANDLE {
+        s_source = server ? u"remote" : Units(source);
+        return &s_closed;
+    };
+    system.report = [](HANDLE log, WORD type, WORD category, DWORD identifier, PSID user,
+                       WORD count, DWORD bytes, const wchar_t** texts, void*) -> BOOL {
+        EXPECT_TRUE(log == &s_closed && !user && bytes == 0);
+        Reported reported{type, category, identifier, {}};
+        for (WORD i = 0; i < count; ++i)
+            reported.texts.emplace_back(Units(texts[i]));
+        s_reported.push_back(reported);
+        return FALSE;
+    };
+    system.close = [](HANDLE log) -> BOOL { return log == &s_closed && ++s_closed; };
+    return system;
+}
+
+TEST(WinEventLog, ReportsWhatTheEventCarriesUpToTheSystemsLimits) {
+    CEvent event{0x01010007, 3, {}};
+    event.arguments.Add(u"first").Add(4711).Add(std::u16string(40'000, u'x'));
+    CEvent crowded{0x41010007, 0, {}};
+    for (int i = 0; i < 300; ++i)
+        crowded.arguments.Add(i);
+    {
+        CWinEventLog log(WatchedSystem());
+        log.Report(event);
+        log.Report(crowded);
+    }
+    EXPECT_EQ(s_source, kEventSourceName);
+    EXPECT_EQ(s_closed, 1);
+    ASSERT_THAT(s_reported, SizeIs(2));
+    EXPECT_EQ(s_reported[0].type, EVENTLOG_ERROR_TYPE);
+    EXPECT_EQ(s_reported[0].category, 3);
+    EXPECT_EQ(s_reported[0].identifier, event.identifier);
+    EXPECT_THAT(s_reported[0].texts, ElementsAre(u"first", u"4711", std::u16string(31'839, u'x')));
+    EXPECT_EQ(s_reported[1].type, EVENTLOG_INFORMATION_TYPE);
+    EXPECT_THAT(s_reported[1].texts, SizeIs(256));
+}
+
+TEST(WinEventLog, DropsReportsWithoutALog) {
+    EventLogSystem system = WatchedSystem();
+    system.open = [](const wchar_t*, const wchar_t*) -> HANDLE { return nullptr; };
+    {
+        CWinEventLog log(system);
+        log.Report({});
+    }
+    EXPECT_THAT(s_reported, SizeIs(0));
+    EXPECT_EQ(s_closed, 0);
+}
+
+CEvent WaitEvent(std::uint32_t identifier) {
+    CEvent event{identifier, 0, {}};
+    event.arguments.Add(u"WaitForSingleObject").Add(128U);
+    return event;
+}
+
+TEST(EventMessage, ComesFromTheTableOfTheTraceLibrary) {
+    const LANGID before = SetThreadUILanguage(MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US));
+    EXPECT_EQ(MessageText(WaitEvent(kEventUnexpectedResult)),
+              u"The system call WaitForSingleObject returned the unexpected result 128.");
+    EXPECT_EQ(MessageText({kEventSystemCallFailed, 0, {}}), u"The system call  failed with error .")
+        << "no argument is there to be read";
+    EXPECT_EQ(MessageText(WaitEvent(0xC1010FFF)),
+              u"Unable to retrieve message (msgid is 0xC1010FFF).\nWaitForSingleObject\n128");
+    EXPECT_EQ(MessageText(WaitEvent(kEventUnexpectedResult), nullptr),
+              u"Unable to retrieve message.");
+    CEvent ready{kEventReadyMade, 0, {}};
+    ready.arguments.Add(u"100%1 \n");
+    EXPECT_EQ(MessageText(ready), u"100%1 \n");
+    EXPECT_EQ(MessageText(ready, nullptr), u"100%1 \n");
+    SetThreadUILanguage(before);
+}
+
+TEST(EventMessage, HasEveryEventInFourLanguages) {
+    const HMODULE module = LoadLibraryW(Wide(TraceLibraryPath()));
+    ASSERT_NE(module, nullptr);
+    const DWORD_PTR texts[] = {reinterpret_cast<DWORD_PTR>(L"Call"),
+                               reinterpret_cast<DWORD_PTR>(L"5")};
+    constexpr DWORD kLanguages[] = {
+        MAKELANGID(LANG_FRENCH, SUBLANG_NEUTRAL), MAKELANGID(LANG_SPANISH, SUBLANG_NEUTRAL),
+        MAKELANGID(LANG_POLISH, SUBLANG_NEUTRAL), MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US)};
+    const auto text = [&](DWORD event, DWORD language) {
+        wchar_t units[200] = L"";
+        FormatMessageW(FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_ARGUMENT_ARRAY, module, event,
+                       language, units, 200,
+                       reinterpret_cast<va_list*>(const_cast<DWORD_PTR*>(texts)));
+        return std::u16string(WithoutTrailingSpace(Units(units)).AsView());
+    };
+    std::vector<std::u16string> sentences;
+    for (const DWORD language : kLanguages) {
+        EXPECT_EQ(text(kEventReadyMade, language), u"Call") << language;
+        sentences.push_back(text(kEventSystemCallFailed, language));
+        sentences.push_back(text(kEventUnexpectedResult, language));
+    }
+    for (const std::u16string& sentence : sentences) {
+        EXPECT_NE(sentence.find(u" Call "), sentence.npos);
+        EXPECT_EQ(sentence.substr(sentence.size() - 3), u" 5.");
+    }
+    std::sort(sentences.begin(), sentences.end());
+    EXPECT_EQ(std::unique(sentences.begin(), sentences.end()), sentences.end());
+    FreeLibrary(module);
+}
+
+TEST(EventMessage, DescribesTheSystemsErrors) {
+    const CUTF16String denied = SystemErrorDescription(ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(denied.AsView().ends_with(u" (5)") && denied.Length() > 8);
+    EXPECT_EQ(denied.Find(u'\n'), CUTF16String::npos);
+    EXPECT_EQ(SystemErrorDescription(0x2FFF1234), u"Unavailable description.  (805245492)");
+}
+
+}  // namespace
+}  // namespace tarnwell

@@ -82,6 +82,7 @@ extern "C" const char* GetWin32ErrorString(std::uint32_t code) {
 extern "C" const char* GetCkErrorString(unsigned long code) {
     if (const char* name = CkErrorName(code))
         return name;
+    const CKeepLastError keep;
     (void)std::snprintf(t_ckText, sizeof(t_ckText), "%s0x%08lX",
                         code >= 0x80000000UL ? "CKR_VENDOR_DEFINED " : "CKR ", code);
     return t_ckText;

@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdarg>
 #include <stdexcept>
+#include <string>
 
 #include "support/trace_listener.h"
 
@@ -39,6 +41,26 @@ TEST(TraceTest, WhatTheLibraryLacksOrLeavesOutIsAnEmptyText) {
     nothing.getCkErrorString = [](unsigned long code) { return code == 160 ? "160" : "other"; };
     EXPECT_STREQ(GetCkErrorString(160), "160");
     EXPECT_EQ(ReplaceTraceLibrary(before), &nothing);
+}
+
+std::string s_entered;
+
+// NOLINTNEXTLINE(cert-dcl50-cpp): the interface is variadic.
+void KeepEntry(const char* name, ...) {
+    std::va_list arguments;
+    va_start(arguments, name);
+    const char* text = va_arg(arguments, const char*);
+    s_entered = name + std::string("/") + text + "/" + std::to_string(va_arg(arguments, int));
+    va_end(arguments);
+}
+
+TEST(TraceTest, ArgumentsOfTheFunctionFollowItsNameOnEntry) {
+    TraceLibrary library;
+    library.traceEnter = KeepEntry;
+    const TraceLibrary* const before = ReplaceTraceLibrary(&library);
+    { const CTraceScope scope("Lang::operator[]", "title", 5); }
+    ReplaceTraceLibrary(before);
+    EXPECT_EQ(s_entered, "Lang::operator[]/title/5");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <process.h>
 #include <windows.h>
 
+#include <chrono>
 #include <map>
 #include <regex>
 #include <thread>
@@ -37,12 +38,13 @@ protected:
     CZelLogTest() { SetEnvironmentVariableW(L"TARNWELL_TRACE", m_file.c_str()); }
     ~CZelLogTest() override {
         SetEnvironmentVariableW(L"TARNWELL_TRACE", nullptr);
-        FreeLibrary(m_module);
+        Unload();
     }
+    void Unload() { FreeLibrary(std::exchange(m_module, nullptr)); }
 
     TraceLibrary Load() {
-        std::filesystem::copy_file(OwnProgram().parent_path() / "zelLog.dll",
-                                   m_folder / "copy.dll");
+        std::filesystem::copy_file(OwnProgram().parent_path() / "zelLog.dll", m_folder / "copy.dll",
+                                   std::filesystem::copy_options::overwrite_existing);
         m_module = LoadLibraryW((m_folder / "copy.dll").c_str());
         return {Entry<decltype(TraceLibrary::traceEnter)>("TraceEnter"),
                 Entry<decltype(TraceLibrary::traceLeave)>("TraceLeave"),
@@ -127,10 +129,61 @@ TEST_F(CZelLogTest, ErrorTextsAreTheSystemsAndTheStandardsAndTheLastErrorSurvive
     EXPECT_TRUE(!denied.empty() && !std::isspace(denied.back())) << denied;
     EXPECT_STREQ(library.getWin32ErrorString(0x2FFF1234), "Win32 error 805245492 (0x2FFF1234)");
     EXPECT_STREQ(library.getCkErrorString(0xA0), "CKR_PIN_INCORRECT");
-    EXPECT_STREQ(library.getCkErrorString(0x201), "CKR 0x00000201");
+    EXPECT_STREQ(library.getCkErrorString(0x20A), "CKR 0x0000020A");
     EXPECT_STREQ(library.getCkErrorString(0x80000001), "CKR_VENDOR_DEFINED 0x80000001");
     EXPECT_EQ(GetLastError(), 1234u);
     EXPECT_FALSE(std::filesystem::exists(m_file.parent_path()));
+}
+
+TEST_F(CZelLogTest, TheSettingsTurnItOnWhereTheEnvironmentDoesNot) {
+    const auto set = [](const wchar_t* path) {
+        RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\Quorva", L"TraceFile", REG_EXPAND_SZ, path,
+                        static_cast<DWORD>((wcslen(path) + 1) * sizeof *path));
+    };
+    set((m_folder / "settings.log").c_str());
+    Load().traceString("to the environment's file");
+    EXPECT_FALSE(std::filesystem::exists(m_folder / "settings.log"));
+    EXPECT_THAT(Texts(), ElementsAre(". to the environment's file"));
+    SetEnvironmentVariableW(L"ZELLOG_TEST", m_folder.Path().c_str());
+    set(L"%ZELLOG_TEST%\\settings.log");
+    SetEnvironmentVariableW(L"TARNWELL_TRACE", nullptr);
+    Unload();
+    Load().traceString("to the settings' file");
+    RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\Quorva", L"TraceFile");
+    m_file = m_folder / "settings.log";
+    EXPECT_THAT(Texts(), ElementsAre(". to the settings' file"));
+}
+
+TEST_F(CZelLogTest, AFullDiskCostsNothingButTheLines) {
+    SetEnvironmentVariableW(L"TARNWELL_TRACE", L"Z:\\dev\\full");
+    const TraceLibrary library = Load();
+    const ULONGLONG start = GetTickCount64();
+    SetLastError(1234);
+    for (int i = 0; i < 100; ++i)
+        library.traceString("%d", i);
+    EXPECT_EQ(GetLastError(), 1234u);
+    EXPECT_LT(GetTickCount64() - start, 1'000u);
+}
+
+TEST_F(CZelLogTest, ACallCostsTwentyNanosecondsAtMostWhileItIsOff) {
+    SetEnvironmentVariableW(L"TARNWELL_TRACE", nullptr);
+    const TraceLibrary library = Load();
+    const TraceLibrary* const before = ReplaceTraceLibrary(&library);
+    double best = 1e9;  // of several, since others use the machine too
+    for (int round = 0; round < 20; ++round) {
+        constexpr int kRounds = 50'000;
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < kRounds; ++i) {
+            const CTraceScope scope("Class::Method");
+            TraceString("message");
+        }
+        const std::chrono::duration<double, std::nano> took =
+            std::chrono::steady_clock::now() - start;
+        best = std::min(best, took.count() / (3 * kRounds));
+    }
+    ReplaceTraceLibrary(before);
+    RecordProperty("nanoseconds", std::to_string(best));
+    EXPECT_LE(best, 20.0);
 }
 
 TEST_F(CZelLogTest, SeveralProcessesShareOneFileWithoutMixingLines) {

@@ -1,0 +1,137 @@
+#include "zellog/rolling_file.h"
+
+#include <gmock/gmock.h>
+#include <process.h>
+
+#include <map>
+#include <set>
+
+#include "support/temp_folder.h"
+
+namespace tarnwell::zellog {
+namespace {
+
+using test::ReadBytes;
+using testing::ElementsAre;
+
+constexpr const char* kName = "trace.log";
+constexpr int kWriters = 4, kLines = 500;
+
+RollingFileHandle::Value OpenSharing(const std::filesystem::path& path, DWORD sharing) {
+    return CreateFileW(path.c_str(), GENERIC_READ | FILE_APPEND_DATA, sharing, nullptr,
+                       OPEN_EXISTING, 0, nullptr);
+}
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+using CFile = CUnique<RollingFileHandle>;
+
+class CRollingFileTest : public testing::Test {
+protected:
+    /// Fill makes the trace file as long as `bytes`.
+    void Fill(std::uint64_t bytes) {
+        m_folder.Write(kName, "old");
+        std::filesystem::resize_file(m_path, bytes);
+    }
+    std::set<std::string> Names() const {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path()))
+            names.insert(entry.path().filename().string());
+        return names;
+    }
+
+    test::CTempFolder m_folder;
+    std::filesystem::path m_path = m_folder / kName;
+};
+
+TEST_F(CRollingFileTest, RollsOverAtTenMegabytesAndKeepsThreeOldFilesEvenIfTheyAreOpen) {
+    Fill(10'000'000 - CRollingFile::kLongestLine - 1);
+    for (const char* number : {"1", "2", "3"})
+        m_folder.Write(std::string(kName) + "." + number, number);
+    {
+        const CFile sleeper(OpenSharing(m_folder / "trace.log.3", kShareAll));
+        CRollingFile file(m_path.wstring());
+        file.Append("a");
+        EXPECT_EQ(Names().size(), 4U) << "there was room for one more";
+        EXPECT_EQ(ReadBytes(m_folder / "trace.log.3"), "3");
+        file.Append("b");
+        file.Append("c");
+        file.Append("d");
+    }
+    EXPECT_THAT(Names(), ElementsAre(kName, "trace.log.1", "trace.log.2", "trace.log.3"));
+    EXPECT_EQ(ReadBytes(m_path), "cd");
+    EXPECT_EQ(std::filesystem::file_size(m_folder / "trace.log.1"), 9'995'905U);
+    EXPECT_EQ(ReadBytes(m_folder / "trace.log.2"), "1");
+    EXPECT_EQ(ReadBytes(m_folder / "trace.log.3"), "2");
+}
+
+TEST_F(CRollingFileTest, GrowsOnWhileSomebodyKeepsItFromBeingRenamed) {
+    Fill(10'000'000);
+    CRollingFile file(m_path.wstring());
+    {
+        const CFile reader(OpenSharing(m_path, FILE_SHARE_READ | FILE_SHARE_WRITE));
+        file.Append("a");
+        file.Append("b");
+    }
+    EXPECT_EQ(std::filesystem::file_size(m_path), 10'000'002U);
+    file.Append("c");  // just tried, and not tried again at every line
+    Sleep(1'100);
+    file.Append("d");
+    EXPECT_EQ(ReadBytes(m_path), "d");
+    EXPECT_EQ(std::filesystem::file_size(m_folder / "trace.log.1"), 10'000'003U);
+}
+
+TEST_F(CRollingFileTest, AWriterThatHangsIsWaitedForOnce) {
+    Fill(0);
+    const CFile hanging(OpenSharing(m_path, kShareAll));
+    OVERLAPPED place{};
+    place.OffsetHigh = 0x40000000;
+    ASSERT_TRUE(LockFileEx(hanging.Get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &place));
+    CRollingFile file(m_path.wstring());
+    const ULONGLONG start = GetTickCount64();
+    for (int i = 0; i < 10; ++i)
+        file.Append("x");
+    EXPECT_EQ(ReadBytes(m_path), "xxxxxxxxxx");
+    const ULONGLONG took = GetTickCount64() - start;
+    EXPECT_TRUE(took >= 900 && took < 3'000) << took;
+}
+
+TEST_F(CRollingFileTest, SeveralProcessesRollOneFileWithoutLosingOrMixingLines) {
+    wchar_t program[1024];
+    GetModuleFileNameW(nullptr, program, 1024);
+    SetEnvironmentVariableW(L"ROLLING_FILE", m_path.c_str());
+    std::vector<std::intptr_t> writers;
+    for (int i = 0; i < kWriters; ++i)
+        writers.push_back(_wspawnl(_P_NOWAIT, program, L"writer",
+                                   L"--gtest_also_run_disabled_tests",
+                                   L"--gtest_filter=*WritesManyLinesIntoSmallFiles", nullptr));
+    for (const std::intptr_t writer : writers)
+        _cwait(nullptr, writer, 0);
+    EXPECT_THAT(Names(), ElementsAre(kName, "trace.log.1", "trace.log.2", "trace.log.3"));
+    std::map<unsigned, int> next;
+    for (const char* name : {"trace.log.3", "trace.log.2", "trace.log.1", kName}) {
+        const std::string bytes = ReadBytes(m_folder / name);
+        ASSERT_EQ(bytes.size() % 100, 0U) << name;
+        for (std::size_t at = 0; at < bytes.size(); at += 100) {
+            unsigned process = 0;
+            int line = -1;
+            ASSERT_EQ(std::sscanf(bytes.c_str() + at, "%u %d", &process, &line), 2);
+            ASSERT_EQ(line, next[process]++) << process << " in " << name;
+            ASSERT_EQ(bytes[at + 99], '\n');
+        }
+    }
+    EXPECT_EQ(next.size(), std::size_t{kWriters});
+    for (const auto& [process, count] : next)
+        EXPECT_EQ(count, kLines);
+}
+
+TEST(RollingFileChild, DISABLED_WritesManyLinesIntoSmallFiles) {
+    // 200,000 bytes in all: three full files of about 54,000 bytes and a last one.
+    CRollingFile file(_wgetenv(L"ROLLING_FILE"), 54'000 + CRollingFile::kLongestLine);
+    for (int i = 0; i < kLines; ++i) {
+        char line[101];
+        (void)std::snprintf(line, sizeof line, "%-20lu %-78d\n", GetCurrentProcessId(), i);
+        file.Append(line);
+    }
+}
+
+}  // namespace
+}  // namespace tarnwell::zellog

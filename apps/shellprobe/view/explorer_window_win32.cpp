@@ -20,6 +20,7 @@ namespace {
 constexpr wchar_t kClassName[] = L"TarnwellExplorerWindow";
 constexpr int kWidth = 640;
 constexpr int kHeight = 420;
+constexpr int kMargin = 8;
 constexpr int kListId = 1;
 
 enum EMessage : UINT {
@@ -187,8 +188,10 @@ void CExplorerWindow::Arrange() {
     SendMessageW(m_status, WM_SIZE, 0, 0);
     GetClientRect(m_window, &area);
     GetWindowRect(m_status, &status);
-    MoveWindow(m_list->Window(), 0, 0, area.right, area.bottom - (status.bottom - status.top),
-               TRUE);
+    // The rows of details reach the window's edges, free-standing icons keep away from them.
+    const int margin = m_mode == EViewMode::kDetails ? 0 : kMargin;
+    MoveWindow(m_list->Window(), margin, margin, area.right - margin,
+               area.bottom - (status.bottom - status.top) - margin, TRUE);
 }
 
 void CExplorerWindow::Command(int id) {
@@ -218,6 +221,8 @@ void CExplorerWindow::SetMode(EViewMode mode) {
     m_mode = mode;
     m_tip->Hide();
     m_list->SetMode(mode);
+    Arrange();
+    InvalidateRect(m_window, nullptr, TRUE);
     CheckMenuRadioItem(GetMenu(m_window), kLargeCommand, kDetailsCommand,
                        kLargeCommand + static_cast<UINT>(mode), MF_BYCOMMAND);
 }

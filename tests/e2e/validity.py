@@ -168,7 +168,9 @@ class ValidityTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.scratch = pathlib.Path(tempfile.mkdtemp(prefix="validity "))
+        cls.addClassCleanup(shutil.rmtree, cls.scratch)
         cls.lists = Lists()
+        cls.addClassCleanup(cls.lists.close)
         url = cls.lists.url
         cls.root = Authority(cls.scratch / "root", "Test Root", url("root.crl"))
         cls.twin = Authority(cls.scratch / "twin", "Test Root", url("twin.crl"))
@@ -177,13 +179,8 @@ class ValidityTest(unittest.TestCase):
         cls.lost = Authority(cls.scratch / "lost", "Lost Issuer", url("lost.crl"), cls.root)
         cls.key = new_key(cls.scratch / "signer.key")
         cls.closed = socket.socket()  # a port that nobody answers on
+        cls.addClassCleanup(cls.closed.close)
         cls.closed.bind(("127.0.0.1", 0))
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.lists.close()
-        cls.closed.close()
-        shutil.rmtree(cls.scratch)
 
     def certificate(self, name, issuer=None, **options):
         return (issuer or self.root).issue(self.scratch / f"{name}.pem", name, self.key, **options)

@@ -28,7 +28,7 @@ p7tool: ## the command-line tool for Linux, build/native/bin/p7tool (a minute)
 	@echo 'build/native/bin/p7tool is ready; build/native/bin/p7tool --help tells more.'
 
 bench: ## the speed figures, on this machine (some minutes; wants it quiet)
-	@scripts/setup.sh native bench
+	@scripts/setup.sh mingw native bench
 	@scripts/bench.sh
 
 fuzz: ## every fuzz target for FUZZ_SECONDS (60 by default) seconds

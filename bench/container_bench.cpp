@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "bench_rows.h"
-#include "common/crypto/pkcs7_build.h"
+#include "bench_signed_files.h"
 #include "common/crypto/pkcs7_request.h"
 
 namespace {
@@ -29,55 +29,6 @@ constexpr int kLargeRounds = 7;
 constexpr int kSmallFiles = 2000;
 constexpr std::size_t kSmallContent = 1500;  // makes a file of about 3 KB
 constexpr int kSmallRounds = 9;
-
-/// A folder that goes away with everything in it.
-struct Folder {
-    Folder() : path(fs::temp_directory_path() / ("container_bench." + std::to_string(getpid()))) {
-        fs::create_directory(path);
-    }
-    ~Folder() {
-        std::error_code ignored;
-        fs::remove_all(path, ignored);
-    }
-    fs::path path;
-};
-
-CUTF16String Utf16(const fs::path& path) {
-    return CUTF16String(path.u16string());
-}
-
-struct Signer {
-    Signer() : key(EVP_RSA_gen(2048)), certificate(X509_new()) {
-        X509* x509 = certificate.Get();
-        ASN1_INTEGER_set(X509_get_serialNumber(x509), 1);
-        X509_gmtime_adj(X509_getm_notBefore(x509), 0);
-        X509_gmtime_adj(X509_getm_notAfter(x509), 3600);
-        X509_NAME* name = X509_get_subject_name(x509);
-        const unsigned char text[] = "Bench";
-        X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_UTF8, text, -1, -1, 0);
-        X509_set_issuer_name(x509, name);
-        X509_set_pubkey(x509, key.Get());
-        Require(X509_sign(x509, key.Get(), EVP_sha256()) > 0, "no certificate");
-    }
-    CUniqueKey key;
-    CUniqueX509 certificate;
-};
-
-fs::path MakeSigned(const Signer& signer, const fs::path& input, std::size_t size) {
-    std::string content(size, '\0');
-    unsigned state = 1;
-    for (char& byte : content)
-        byte = static_cast<char>((state = state * 1103515245 + 12345) >> 24);
-    std::ofstream(input, std::ios::binary)
-        .write(content.data(), static_cast<std::streamsize>(content.size()));
-    CPKCS7Build build(CPKCS7_TYPE::SIGN);
-    build.AddSigner(signer.certificate.Get(), signer.key.Get(), EVP_sha256());
-    const fs::path output = input.string() + ".p7";
-    Require(build.Build(Utf16(input), Utf16(output)) == CPKCS7_ERROR::NONE && build.WasWritten(),
-            "the signed file cannot be built");
-    fs::remove(input);
-    return output;
-}
 
 void ReadSigners(const fs::path& path) {
     CPKCS7Request file(Utf16(path));
@@ -160,21 +111,6 @@ void LargeFile(const Signer& signer, const fs::path& folder, CRows& rows) {
     rows.Print("peak memory, ratio to the file", peak / fileMegabytes, "x ", 2.1);
 }
 
-/// The calls that no reader can do without, on bytes that are in memory already.
-void BareCalls(const std::string& bytes) {
-    const auto* next = reinterpret_cast<const unsigned char*>(bytes.data());
-    const CUniquePkcs7 p7(d2i_PKCS7(nullptr, &next, static_cast<long>(bytes.size())));
-    const CUniqueBio content(PKCS7_dataInit(p7.Get(), nullptr));
-    unsigned char piece[512];
-    while (BIO_read(content.Get(), piece, sizeof piece) > 0) {
-    }
-    PKCS7_SIGNER_INFO* info = sk_PKCS7_SIGNER_INFO_value(PKCS7_get_signer_info(p7.Get()), 0);
-    const CUniqueX509 certificate(X509_dup(X509_find_by_issuer_and_serial(
-        p7.Get()->d.sign->cert, info->issuer_and_serial->issuer, info->issuer_and_serial->serial)));
-    Require(PKCS7_signatureVerify(content.Get(), p7.Get(), info, certificate.Get()) > 0,
-            "it must verify");
-}
-
 void SmallFiles(const Signer& signer, const fs::path& folder, CRows& rows) {
     const fs::path one = MakeSigned(signer, folder / "small", kSmallContent);
     std::vector<fs::path> paths;
@@ -208,7 +144,7 @@ void SmallFiles(const Signer& signer, const fs::path& folder, CRows& rows) {
 
 int main() try {
     CRows rows;
-    const Folder folder;
+    const BenchFolder folder;
     const Signer signer;
     LargeFile(signer, folder.path, rows);
     SmallFiles(signer, folder.path, rows);

@@ -6,7 +6,7 @@
 #   tests/programs/<name>.cpp is a helper program that tests start (one that includes a header of
 #   the extension is linked with it);
 #   tests/e2e/<name>.sh drives the finished Windows build, tests/e2e/native_<name>.sh the native one;
-#   bench/<name>_bench.cpp and fuzz/<name>_fuzz.cpp are one program each.
+#   bench/<name>_bench.cpp (or _bench_win32.cpp) and fuzz/<name>_fuzz.cpp are one program each.
 #
 # Sources are found by pattern, so a new file needs no edit here.
 
@@ -206,20 +206,34 @@ function(tarnwell_e2e_tests)
     endforeach()
 endfunction()
 
-# tarnwell_benches(): the benchmark programs, in the native release only.
+# tarnwell_benches(): the benchmark programs, in the release builds only: the ones that need Windows
+# in the Windows build, all others in the native one.
 function(tarnwell_benches)
-    file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/bench/*_bench.cpp)
-    if(WIN32 OR TARNWELL_FUZZ OR NOT sources OR NOT CMAKE_BUILD_TYPE STREQUAL "Release")
+    if(TARNWELL_FUZZ OR NOT CMAKE_BUILD_TYPE STREQUAL "Release")
         return()
     endif()
-    find_package(benchmark REQUIRED)
+    file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/bench/*_bench*.cpp)
+    if(WIN32)
+        list(FILTER sources INCLUDE REGEX "_win32[.]cpp$")
+        set(libraries tarnwell_extension tarnwell_resources)
+    else()
+        list(FILTER sources EXCLUDE REGEX "_win32[.]cpp$")
+        find_package(benchmark REQUIRED)
+        set(libraries tarnwell_core tarnwell_crypto tarnwell_net tarnwell_lang
+            benchmark::benchmark_main)
+    endif()
     foreach(source IN LISTS sources)
         get_filename_component(name ${source} NAME_WE)
+        string(REGEX REPLACE "_win32$" "" name ${name})
         add_executable(${name} ${source})
-        target_link_libraries(${name} PRIVATE
-            tarnwell_core tarnwell_crypto tarnwell_net tarnwell_lang benchmark::benchmark_main)
+        target_link_libraries(${name} PRIVATE ${libraries})
+        if(WIN32)
+            add_dependencies(${name} kestrix) # the texts that the tips are made of
+        endif()
     endforeach()
-    tarnwell_bench_pictures(blend_bench)
+    if(TARGET blend_bench)
+        tarnwell_bench_pictures(blend_bench)
+    endif()
 endfunction()
 
 # tarnwell_bench_pictures(<bench>): the overlays' pixels at the largest size, for the blend's

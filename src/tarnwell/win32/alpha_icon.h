@@ -14,6 +14,10 @@ namespace tarnwell {
 
 class CAlphaIcon {
 public:
+    /// The longest side of an icon, in pixels: far above what the explorer shows, and far from
+    /// overflow in sizes and strides.
+    static constexpr std::uint32_t kMaxSide = 2048;
+
     /// CAlphaIcon loads the module's icon resource `resourceId` at `size` × `size` pixels. Empty on
     /// failure.
     CAlphaIcon(std::uint32_t resourceId, std::uint32_t size) noexcept;

@@ -47,7 +47,6 @@ private:
 const CAlphaIcon& CAlphaIcon::GetOverlay(std::uint16_t resourceId, std::uint32_t size) noexcept {
     const CTraceScope scope("CAlphaIcon::GetOverlay");
     TraceString("Creating new icon");
-    static const CAlphaIcon empty(nullptr);
     // Deleted at unload, when no handler is left; deleting bitmaps is safe under the loader lock.
     static COverlays overlays;
     try {
@@ -55,6 +54,7 @@ const CAlphaIcon& CAlphaIcon::GetOverlay(std::uint16_t resourceId, std::uint32_t
             return *overlay;
     } catch (const std::bad_alloc&) {  // for the entry
     }
+    static const CAlphaIcon empty(nullptr);
     return empty;
 }
 

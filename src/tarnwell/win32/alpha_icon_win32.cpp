@@ -11,8 +11,6 @@
 namespace tarnwell {
 namespace {
 
-// Far above what the explorer shows, and far from overflow in sizes and strides.
-constexpr std::uint32_t kMaxSide = 2048;
 constexpr std::uint32_t kNoResource = 0xFFFFFFFF;
 constexpr std::size_t kAlpha = 3;  // behind blue, green and red
 constexpr std::uint8_t kOpaque = 255;
@@ -41,7 +39,7 @@ bool GetBits(HDC dc, HBITMAP bitmap, BitmapInfo info, std::vector<std::uint8_t>&
 }
 
 CUniqueIcon LoadIconResource(std::uint32_t resourceId, std::uint32_t size) noexcept {
-    if (resourceId > 0xFFFF || size > kMaxSide)
+    if (resourceId > 0xFFFF || size > CAlphaIcon::kMaxSide)
         return {};
     // Without a module's handle this call would look among the system's icons.
     const HINSTANCE instance = Module().Instance();

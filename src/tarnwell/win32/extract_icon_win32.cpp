@@ -12,10 +12,6 @@
 namespace tarnwell {
 namespace {
 
-/// What is asked for beyond this is drawn at this size: a word holds sizes whose pixels would take
-/// gigabytes, and nothing larger can be composed.
-constexpr UINT kMaxSize = 2048;
-
 /// The kind of the file at `path`; nothing if it cannot be read or is no PKCS#7 file at all, which
 /// GetType alone would not tell from one of another kind.
 std::optional<CPKCS7_TYPE> ReadType(const CUTF16String& path) {
@@ -69,8 +65,10 @@ HRESULT CExtractIcon::Draw(HICON* largeIcon, HICON* smallIcon, UINT iconSize) {
             *icon = nullptr;
     }
 
-    const UINT largeSize = std::min<UINT>(LOWORD(iconSize), kMaxSize);
-    const UINT smallSize = std::min<UINT>(HIWORD(iconSize), kMaxSize);
+    // A word holds sizes whose pixels would take gigabytes; the largest that can be composed
+    // is drawn instead.
+    const UINT largeSize = std::min<UINT>(LOWORD(iconSize), CAlphaIcon::kMaxSide);
+    const UINT smallSize = std::min<UINT>(HIWORD(iconSize), CAlphaIcon::kMaxSide);
     CUniqueIcon largeDrawn;
     CUniqueIcon smallDrawn;
     LoadOriginalFileIcon(EnclosedExtension(Path()), largeIcon ? &largeDrawn : nullptr,

@@ -29,8 +29,9 @@ drives them through COM for the files it is given.
       objects
   shellprobe view [--mode=large|small|details] DIR
       shows the files of a folder in a window, with the icons, tips, menus and commands that the
-      handlers give them, until it is closed. Ctrl+1, Ctrl+2 and Ctrl+3 change the mode. What is
-      shown and done is told as it happens, one line of JSON each
+      handlers give them, until it is closed. Ctrl+1, Ctrl+2 and Ctrl+3 change the mode, F5
+      asks for every icon anew. What is shown and done is told as it happens, one line of JSON
+      each, with the places on the screen of files ("listed") and menu items ("menu")
   shellprobe --help | --version
 
 For a menu, files that lie in one folder are handed over by the system's own data object, others by

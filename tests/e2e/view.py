@@ -125,7 +125,7 @@ class View(unittest.TestCase):
         before = screen()
         xdotool("mousemove", *self.point(SIGNED))
         tip = self.expect("tip")
-        self.assertEqual((tip["file"], tip["result"]), (SIGNED, OK))
+        self.assertEqual((tip["file"], tip["result"]), (windows(self.folder / SIGNED), OK))
         self.assertRegex(tip["tip"], r"\A.+: Ann Other\(Ann Other\)\n.+: .+\Z")
         self.expect_change(before)
         xdotool("mousemove", *self.point(ENCRYPTED))

@@ -42,7 +42,6 @@ private:
     void AskNextIcon();
     void TakeIcons(const WantedIcon& wanted, const HandlerIcons& answer, bool isBackground);
     void FetchIcons();
-    std::optional<std::wstring> TipOf(int row);
     std::vector<std::wstring> SelectedPaths() const;
 
     std::wstring m_folder;

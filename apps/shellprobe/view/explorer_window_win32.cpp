@@ -1,14 +1,11 @@
 #include "shellprobe/view/explorer_window.h"
 
-#include <cstdio>
 #include <stdexcept>
 #include <utility>
 
 #include "common/system/os/process_counts.h"
-#include "shellprobe/handler.h"
 #include "shellprobe/output.h"
-#include "shellprobe/tip_host.h"
-#include "shellprobe/view/screen_points.h"
+#include "shellprobe/view/file_tip.h"
 #include "shellprobe/view/selection_commands.h"
 #include "shellprobe/view/window_parts.h"
 // Windows last.
@@ -169,7 +166,7 @@ void CExplorerWindow::Create() {
     m_list.emplace(m_window, kListId, m_font.Get());
     m_tip.emplace(
         m_list->Window(), m_font.Get(), [this](POINT at) { return m_list->RowAt(at); },
-        [this](int row) { return TipOf(row); });
+        [this](int row) { return AskTip(m_folder + m_list->Name(row)); });
     m_worker.emplace(m_window, kIconsCame);
     m_watch.emplace(m_folder, m_window, kFolderMayHaveChanged);
     SetMode(m_mode);
@@ -237,8 +234,8 @@ void CExplorerWindow::ShowFolder(bool isForced) {
 }
 
 void CExplorerWindow::ShowStatus() {
-    const std::size_t all = m_list->Names().size();
-    const std::size_t selected = m_list->Selected().size();
+    const int all = ListView_GetItemCount(m_list->Window());
+    const UINT selected = ListView_GetSelectedCount(m_list->Window());
     const std::wstring files = std::to_wstring(all) + (all == 1 ? L" file" : L" files");
     const std::wstring text =
         selected == 0 ? files : std::to_wstring(selected) + L" of " + files + L" selected";
@@ -287,26 +284,6 @@ void CExplorerWindow::TakeIcons(const WantedIcon& wanted, const HandlerIcons& an
               .Add("from", isHandlers ? "handler" : "system")
               .Add("result", Hex(answer.result))
               .AddFlag("background", isBackground));
-}
-
-std::optional<std::wstring> CExplorerWindow::TipOf(int row) {
-    const std::wstring name = m_list->Name(row);
-    try {
-        std::optional<CTipHost> host = CTipHost::Find(m_folder + name);
-        if (!host)
-            return std::nullopt;
-        InfoTip tip = host->Ask();
-        CJsonObject json;
-        if (tip.text)
-            json.Add("tip", Utf8(*tip.text));
-        else
-            json.AddNull("tip");
-        Print(json.Add("file", Utf8(name)).Add("result", Hex(tip.result)));
-        return std::move(tip.text);
-    } catch (const ENoHandler& error) {
-        (void)std::fprintf(stderr, "shellprobe: %s\n", error.what());
-        return std::nullopt;
-    }
 }
 
 std::vector<std::wstring> CExplorerWindow::SelectedPaths() const {

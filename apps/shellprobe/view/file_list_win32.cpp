@@ -141,14 +141,17 @@ void CFileList::SetTexts(std::size_t at) {
 }
 
 void CFileList::FitColumns() {
+    constexpr int kHeaderMargins = 24;
     for (int i = 0; i < static_cast<int>(kColumns.size()); ++i) {
+        const wchar_t* const title = kColumns[static_cast<std::size_t>(i)].title;
         // Never narrower than the user made it.
-        int width = ListView_GetColumnWidth(m_window, i);
-        for (const int fit : {LVSCW_AUTOSIZE, LVSCW_AUTOSIZE_USEHEADER}) {
-            ListView_SetColumnWidth(m_window, i, fit);
-            width = std::max(width, ListView_GetColumnWidth(m_window, i));
-        }
-        ListView_SetColumnWidth(m_window, i, width);
+        const int least = std::max(ListView_GetColumnWidth(m_window, i),
+                                   static_cast<int>(SendMessageW(m_window, LVM_GETSTRINGWIDTHW, 0,
+                                                                 reinterpret_cast<LPARAM>(title))) +
+                                       kHeaderMargins);
+        ListView_SetColumnWidth(m_window, i, LVSCW_AUTOSIZE);
+        if (ListView_GetColumnWidth(m_window, i) < least)
+            ListView_SetColumnWidth(m_window, i, least);
     }
 }
 

@@ -73,6 +73,14 @@ def drawn(drawing, size):
         check=True, stdout=subprocess.PIPE).stdout
 
 
+def square(png, size, drawing):
+    """Gives the rows of a PNG file that must have that size."""
+    rows = decoded(png)
+    if len(rows) != size or len(rows[0]) != 4 * size:
+        sys.exit(f"{drawing}: is not square")
+    return rows
+
+
 def bitmap(rows, size, soft):
     """Gives the icon's image: a DIB header, the pixels bottom-up as BGRA, then the mask of 1 bit,
     which is set where a pixel is fully transparent."""
@@ -99,15 +107,13 @@ def image(size, drawing, soft):
     """Gives one image. The largest soft one stays a PNG, as Windows reads it in icons since Vista:
     a few kilobytes, where the plain pixels of 256 x 256 take 260."""
     png = drawn(drawing, size)
-    rows = decoded(png)
-    if len(rows) != size or len(rows[0]) != 4 * size:
-        sys.exit(f"{drawing}: is not square")
+    rows = square(png, size, drawing)
     return png if soft and size == 256 else bitmap(rows, size, soft)
 
 
 def pixels(size, drawing):
     """Gives one image's bare pixels."""
-    rows = drawn(drawing, size)[1]
+    rows = square(drawn(drawing, size), size, drawing)
     return b"".join(bytes((row[i + 2], row[i + 1], row[i], row[i + 3]))
                     for row in rows for i in range(0, 4 * size, 4))
 

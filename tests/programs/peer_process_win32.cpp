@@ -6,6 +6,8 @@
 //                                     hung that long; ends with the first
 //     peer_process connect PORT       its process id once it is connected; ends with the connection
 //     peer_process name               what the foundation calls this program
+//     peer_process hold NAME          its process id once it holds the global mutex; a moment later
+//     peer_process hold NAME die      it unlocks the mutex, or dies with it
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +15,7 @@
 #include <string_view>
 
 #include "common/system/net/socket.h"
+#include "common/system/os/global_mutex_win32.h"
 #include "common/system/os/host_application.h"
 #include "common/system/os/windows.h"
 #include "common/system/text/convert.h"
@@ -67,6 +70,18 @@ int ConnectTo(const char* port) {
     return 0;
 }
 
+int Hold(const char* name, bool dies) {
+    const CGlobalMutex mutex(Utf16FromUtf8(name));
+    mutex.lock();
+    SayReady();
+    Sleep(300);
+    if (dies)
+        TerminateProcess(GetCurrentProcess(), 0);
+    mutex.unlock();
+    Sleep(300);  // so that unlocking frees it, not ending
+    return 0;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -77,6 +92,8 @@ int main(int count, char** arguments) {
         return ShowWindowOfTheManager();
     if (command == "connect" && count > 2)
         return ConnectTo(arguments[2]);
+    if (command == "hold" && count > 2)
+        return Hold(arguments[2], count > 3);
     if (command != "name")
         return 2;
     std::printf("%s\n", Utf8FromUtf16(GetHostApplicationName()).CStr());

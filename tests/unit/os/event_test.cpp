@@ -13,9 +13,7 @@ TEST(Event, AForgottenSeverityIsAnError) {
 }
 
 TEST(Event, OneWithoutATextShowsWhatItCarries) {
-    CEvent event{0xC10ABCDE, 0, {}};
-    EXPECT_EQ(UnknownEventText(event), u"Unable to retrieve message (msgid is 0xC10ABCDE).");
-    event.identifier = 5;
+    CEvent event{5, 0, {}};
     event.arguments.Add(u"a %1 ").Add(7).Add(u"b\t\r\n");
     EXPECT_EQ(UnknownEventText(event),
               u"Unable to retrieve message (msgid is 0x00000005).\na %1 \n7\nb");

@@ -2,52 +2,38 @@
 
 #include <gmock/gmock.h>
 
-#include <future>
 #include <mutex>
 
-#include "common/system/os/install_paths.h"
+#include "support/peer_process_win32.h"
 #include "support/trace_listener.h"
 
 namespace tarnwell {
 namespace {
 
-using namespace std::chrono_literals;
-
-/// Start runs mutex_holder beside this program.
-CUniqueHandle Start(const CUTF16String& name, const CUTF16String& end) {
-    std::u16string command((CUTF16String(u"mutex_holder ") + name + u" " + end).AsView());
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    EXPECT_TRUE(CreateProcessW(Wide(ModuleDirectory() + u"\\mutex_holder.exe"),
-                               reinterpret_cast<wchar_t*>(command.data()), nullptr, nullptr, FALSE,
-                               0, nullptr, nullptr, &startup, &process));
-    CloseHandle(process.hThread);
-    return CUniqueHandle(process.hProcess);
-}
-
 TEST(GlobalMutex, IsWaitedForWhileAnotherProcessHoldsItAndFreeWhenThatUnlocksOrDies) {
-    for (const char16_t* end : {u"unlock", u"die"}) {
-        const CUTF16String name = CUTF16String(u"tarnwell test ") + end;
-        const CUTF16String quoted = CUTF16String(u"\"") + name + u"\"";
-        const CUniqueHandle held(CreateEventW(nullptr, TRUE, FALSE, Wide(name + u".held")));
-        const CUniqueHandle go(CreateEventW(nullptr, TRUE, FALSE, Wide(name + u".go")));
-        const CUniqueHandle holder = Start(quoted, end);
-        ASSERT_EQ(WaitForSingleObject(held.Get(), 20'000), WAIT_OBJECT_0);
-        CGlobalMutex mutex(name);
-        auto locked = std::async(std::launch::async, [&] {
-            const std::lock_guard lock(mutex);
-            const std::lock_guard again(mutex);
-        });
-        EXPECT_EQ(locked.wait_for(200ms), std::future_status::timeout);
-        SetEvent(go.Get());
-        EXPECT_EQ(locked.wait_for(10s), std::future_status::ready);
-        EXPECT_EQ(WaitForSingleObject(holder.Get(), 0) == WAIT_OBJECT_0, end[0] == u'd');
-        TerminateProcess(holder.Get(), 0);
-        mutex.Close();
-        mutex.lock();  // nobody's turn any more, and nothing to wait for
+    CGlobalMutex mutex(u"test");
+    const CUniqueHandle same(
+        OpenMutexW(SYNCHRONIZE, FALSE, L"c6e241f3-aa55-4c33-80ce-1dd5d0c8c3d0/test"));
+    for (const DWORD end : {WAIT_OBJECT_0, WAIT_ABANDONED}) {
+        test::CPeerProcess holder(end == WAIT_OBJECT_0 ? "hold test" : "hold test die");
+        ASSERT_NE(holder.ReadLine(), "");
+        EXPECT_EQ(WaitForSingleObject(same.Get(), 0), DWORD{WAIT_TIMEOUT});
+        EXPECT_EQ(WaitForSingleObject(same.Get(), 10'000), end);
         mutex.unlock();
     }
+    test::CPeerProcess dying("hold test die");
+    ASSERT_NE(dying.ReadLine(), "");
+    const ULONGLONG start = GetTickCount64();
+    {
+        const std::lock_guard lock(mutex);
+        const std::lock_guard again(mutex);
+        EXPECT_GE(GetTickCount64() - start, 100U);
+    }
+    test::CPeerProcess next("hold test");
+    EXPECT_NE(next.ReadLine(), "");
+    mutex.Close();
+    mutex.lock();  // nobody's turn any more, and nothing to wait for
+    mutex.unlock();
 }
 
 TEST(GlobalMutex, OneThatCannotBeMadeIsTracedAndHoldsNobodyUp) {

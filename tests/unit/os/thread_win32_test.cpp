@@ -54,49 +54,51 @@ TEST(Thread, ABodyThatThrowsIsTracedAndEndsWithMinusOne) {
 
 // --- The system's answers, one by one ---------------------------------------------------------
 
-std::vector<DWORD> s_waits;  // what the waits for a slice answer, the last one first
-LPTHREAD_START_ROUTINE s_entry;
-void* s_thread;
+/// What the system answers: the waits for a slice in turn, the exit code, and what fails. The body
+/// runs within the last wait.
+struct Script {
+    std::vector<DWORD> waits;
+    DWORD exitCode = 7;
+    bool createFails = false, exitCodeFails = false;
+    LPTHREAD_START_ROUTINE entry = nullptr;
+    void* thread = nullptr;
+};
+Script* s_script;
 
-/// A thread that runs, within the wait, when the last of `waits` is given.
-ThreadSystem Scripted(std::vector<DWORD> waits) {
-    s_waits.assign(waits.rbegin(), waits.rend());
-    ThreadSystem system;
-    system.create = [](SECURITY_ATTRIBUTES* security, SIZE_T stack, LPTHREAD_START_ROUTINE entry,
-                       void* parameter, DWORD flags, DWORD*) -> HANDLE {
+const ThreadSystem kScripted = {
+    [](SECURITY_ATTRIBUTES* security, SIZE_T stack, LPTHREAD_START_ROUTINE entry, void* thread,
+       DWORD flags, DWORD*) -> HANDLE {
         EXPECT_TRUE(!security && stack == 0 && flags == 0);
-        s_entry = entry;
-        s_thread = parameter;
-        return CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    };
-    system.wait = [](HANDLE, DWORD milliseconds) -> DWORD {
+        s_script->entry = entry;
+        s_script->thread = thread;
+        if (!s_script->createFails)
+            return CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        SetLastError(8);
+        return nullptr;
+    },
+    [](HANDLE, DWORD milliseconds) -> DWORD {
+        auto& waits = s_script->waits;
+        if (milliseconds == INFINITE || waits.size() == 1)
+            s_script->entry(s_script->thread);
         if (milliseconds == INFINITE)
             return WAIT_OBJECT_0;
         EXPECT_EQ(milliseconds, 100U);
-        const DWORD answer = s_waits.back();
-        s_waits.pop_back();
-        if (s_waits.empty())
-            s_entry(s_thread);
+        const DWORD answer = waits.front();
+        waits.erase(waits.begin());
         SetLastError(6);
         return answer;
-    };
-    system.exitCode = [](HANDLE, DWORD* code) -> BOOL {
-        *code = 7;
-        return TRUE;
-    };
-    return system;
-}
+    },
+    [](HANDLE, DWORD* code) -> BOOL {
+        *code = s_script->exitCode;
+        SetLastError(5);
+        return !s_script->exitCodeFails;
+    }};
 
 /// Outcome is "code N after C calls" or what the error and its event say.
-std::string Outcome(const ThreadSystem& system, bool* hasRun = nullptr) try {
+std::string Outcome(Script script) try {
+    s_script = &script;
     int calls = 0;
-    CTestThread thread(
-        [&] {
-            if (hasRun)
-                *hasRun = true;
-            return 7U;
-        },
-        system);
+    CTestThread thread([] { return 7U; }, kScripted);
     thread.start();
     const std::uint32_t code = thread.join([&] { ++calls; });
     return "code " + std::to_string(code) + " after " + std::to_string(calls) + " calls";
@@ -107,73 +109,49 @@ std::string Outcome(const ThreadSystem& system, bool* hasRun = nullptr) try {
     return text;
 }
 
-TEST(Thread, EveryWaitResultHasItsOutcome) {
-    const struct {
-        std::vector<DWORD> waits;
-        const char* outcome;
-    } kCases[] = {
-        {{WAIT_OBJECT_0}, "code 7 after 1 calls"},
-        {{WAIT_TIMEOUT, WAIT_TIMEOUT, WAIT_OBJECT_0}, "code 7 after 3 calls"},
-        {{WAIT_TIMEOUT, WAIT_TIMEOUT}, "code 7 after 2 calls"},
-        {{WAIT_TIMEOUT, WAIT_FAILED}, "C1010002/2: WaitForSingleObject failed with error 6."},
-        {{WAIT_ABANDONED}, "C1010003/2: WaitForSingleObject returned 128."},
-        {{WAIT_IO_COMPLETION}, "C1010003/2: WaitForSingleObject returned 192."},
-        {{WAIT_TIMEOUT, 1}, "C1010003/2: WaitForSingleObject returned 1."},
+TEST(Thread, EveryAnswerOfTheSystemHasItsOutcome) {
+    const std::pair<Script, const char*> kCases[] = {
+        {{{WAIT_OBJECT_0}}, "code 7 after 1 calls"},
+        {{{WAIT_TIMEOUT, WAIT_TIMEOUT, WAIT_OBJECT_0}}, "code 7 after 3 calls"},
+        {{{WAIT_TIMEOUT, WAIT_TIMEOUT}}, "code 7 after 2 calls"},
+        {{{WAIT_TIMEOUT, WAIT_FAILED}}, "C1010002/2: WaitForSingleObject failed with error 6."},
+        {{{WAIT_ABANDONED}}, "C1010003/2: WaitForSingleObject returned 128."},
+        {{{WAIT_IO_COMPLETION}}, "C1010003/2: WaitForSingleObject returned 192."},
+        {{{WAIT_TIMEOUT, 1}}, "C1010003/2: WaitForSingleObject returned 1."},
+        {{{WAIT_OBJECT_0}, 7, false, true}, "C1010002/2: GetExitCodeThread failed with error 5."},
+        {{{}, 7, true}, "C1010002/2: CreateThread failed with error 8."},
     };
-    for (const auto& [waits, outcome] : kCases)
-        EXPECT_EQ(Outcome(Scripted(waits)), outcome);
+    for (const auto& [script, outcome] : kCases)
+        EXPECT_EQ(Outcome(script), outcome);
 }
 
 TEST(Thread, AFinishedBodyEndsTheWaitBeforeTheSystemKnowsTheExitCode) {
-    ThreadSystem system = Scripted({WAIT_TIMEOUT});
-    system.exitCode = [](HANDLE, DWORD* code) -> BOOL {
-        *code = STILL_ACTIVE;
-        return TRUE;
-    };
-    EXPECT_EQ(Outcome(system), "code 259 after 1 calls");
-}
-
-TEST(Thread, CallsThatFailAreNamedWithTheirError) {
-    ThreadSystem system = Scripted({WAIT_OBJECT_0});
-    system.exitCode = [](HANDLE, DWORD*) -> BOOL {
-        SetLastError(5);
-        return FALSE;
-    };
-    EXPECT_EQ(Outcome(system), "C1010002/2: GetExitCodeThread failed with error 5.");
-    system.create = [](SECURITY_ATTRIBUTES*, SIZE_T, LPTHREAD_START_ROUTINE, void*, DWORD,
-                       DWORD*) -> HANDLE {
-        SetLastError(8);
-        return nullptr;
-    };
-    EXPECT_EQ(Outcome(system), "C1010002/2: CreateThread failed with error 8.");
+    EXPECT_EQ(Outcome({{WAIT_TIMEOUT}, STILL_ACTIVE}), "code 259 after 1 calls");
 }
 
 // --- Its end ----------------------------------------------------------------------------------
 
-TEST(Thread, DestroyingARunningOneWaitsForItsBody) {
-    bool hasEnded = false;
+TEST(Thread, DestroyingItWaitsForABodyThatHasBegunAndForestallsOneThatHasNot) {
+    std::atomic<int> step = 0;
     {
         CTestThread thread([&] {
+            step = 1;
             Sleep(100);
-            hasEnded = true;
+            step = 2;
             return 0U;
         });
         thread.start();
-        Sleep(20);
+        while (step == 0)
+            Sleep(1);
     }
-    EXPECT_TRUE(hasEnded);
-}
-
-TEST(Thread, OneThatIsDestroyedFirstNeverBeginsItsBody) {
-    ThreadSystem system = Scripted({WAIT_FAILED, WAIT_OBJECT_0});  // join gives up, nothing has run
-    system.wait = [](HANDLE, DWORD milliseconds) -> DWORD {
-        if (milliseconds == INFINITE)
-            s_entry(s_thread);  // the system gets to it only now
-        return WAIT_FAILED;
-    };
-    bool hasRun = false;
-    EXPECT_THAT(Outcome(system, &hasRun), testing::StartsWith("C1010002/2"));
-    EXPECT_FALSE(hasRun);
+    EXPECT_EQ(step, 2);
+    Script script;  // the system begins with the thread only when its end is waited for
+    s_script = &script;
+    {
+        CTestThread thread([&] { return static_cast<std::uint32_t>(step = 3); }, kScripted);
+        thread.start();
+    }
+    EXPECT_EQ(step, 2);
 }
 
 TEST(Thread, AThousandLeaveNoHandle) {

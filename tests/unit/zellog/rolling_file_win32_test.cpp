@@ -69,14 +69,12 @@ TEST_F(CRollingFileTest, GrowsOnWhileSomebodyKeepsItFromBeingRenamed) {
     {
         const CFile reader(OpenSharing(m_path, FILE_SHARE_READ | FILE_SHARE_WRITE));
         file.Append("a");
-        file.Append("b");
     }
+    file.Append("b");  // just tried, and not tried again at every line
     EXPECT_EQ(std::filesystem::file_size(m_path), 10'000'002U);
-    file.Append("c");  // just tried, and not tried again at every line
     Sleep(1'100);
-    file.Append("d");
-    EXPECT_EQ(ReadBytes(m_path), "d");
-    EXPECT_EQ(std::filesystem::file_size(m_folder / "trace.log.1"), 10'000'003U);
+    file.Append("c");
+    EXPECT_EQ(ReadBytes(m_path), "c");
 }
 
 TEST_F(CRollingFileTest, AWriterThatHangsIsWaitedForOnce) {

@@ -6,7 +6,6 @@
 #include <windows.h>
 
 #include <chrono>
-#include <map>
 #include <regex>
 #include <thread>
 
@@ -17,8 +16,6 @@ namespace tarnwell::test {
 namespace {
 
 using testing::ElementsAre;
-
-constexpr int kChildLines = 500;
 
 std::filesystem::path OwnProgram() {
     wchar_t path[1024];
@@ -184,31 +181,6 @@ TEST_F(CZelLogTest, ACallCostsTwentyNanosecondsAtMostWhileItIsOff) {
     ReplaceTraceLibrary(before);
     RecordProperty("nanoseconds", std::to_string(best));
     EXPECT_LE(best, 20.0);
-}
-
-TEST_F(CZelLogTest, SeveralProcessesShareOneFileWithoutMixingLines) {
-    std::vector<std::intptr_t> children;
-    for (int i = 0; i < 4; ++i)
-        children.push_back(RunChild(_P_NOWAIT, OwnProgram(), "*WritesManyLines"));
-    for (const std::intptr_t child : children)
-        _cwait(nullptr, child, 0);
-    std::map<unsigned, int> next;
-    for (const std::string& text : Texts()) {
-        unsigned process = 0;
-        ASSERT_EQ(std::sscanf(text.c_str(), ". %u", &process), 1) << text;
-        ASSERT_EQ(text, ". " + std::to_string(process) + " " + std::to_string(next[process]++) +
-                            std::string(100, 'x'));
-    }
-    EXPECT_EQ(next.size(), 4u);
-    for (const auto& [process, count] : next)
-        EXPECT_EQ(count, kChildLines);
-}
-
-TEST(ZelLogChild, DISABLED_WritesManyLines) {
-    for (int i = 0; i < kChildLines; ++i)
-        TraceString((std::to_string(GetCurrentProcessId()) + " " + std::to_string(i) +
-                     std::string(100, 'x'))
-                        .c_str());
 }
 
 // --- The client ------------------------------------------------------------------------------

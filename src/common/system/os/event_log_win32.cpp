@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <exception>
+#include <string_view>
 #include <vector>
 
 #include "common/system/os/event_source.h"
 
 namespace tarnwell {
 namespace {
+
+static_assert(std::u16string_view(kEventSourceKey).ends_with(kEventSourceName));
 
 constexpr std::size_t kMostTexts = 256;
 constexpr std::size_t kMostUnits = 31839;

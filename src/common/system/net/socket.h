@@ -48,6 +48,8 @@ int ReceiveSocket(SocketHandle socket, void* buffer, std::uint32_t capacity) noe
 /// WaitReadable waits until a receive or an accept would not block; false after `time` (the last
 /// error is then kSocketTimedOut) and on error.
 bool WaitReadable(SocketHandle socket, std::chrono::milliseconds time) noexcept;
+/// StopBlocking makes calls on the socket fail rather than wait from now on; nothing for kNoSocket.
+void StopBlocking(SocketHandle socket) noexcept;
 void CloseSocket(SocketHandle socket) noexcept;
 
 /// ListenOnLoopback binds 127.0.0.1 and a port that the system picks, and listens; kNoSocket on

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -194,6 +195,12 @@ bool WaitReadable(SocketHandle socket, std::chrono::milliseconds time) noexcept 
     if (ready == 0)
         SetLastSocketError(kSocketTimedOut);
     return ready > 0;
+}
+
+void StopBlocking(SocketHandle socket) noexcept {
+    const int flags = fcntl(DescriptorOf(socket), F_GETFL);
+    if (flags >= 0)
+        fcntl(DescriptorOf(socket), F_SETFL, flags | O_NONBLOCK);
 }
 
 void CloseSocket(SocketHandle socket) noexcept {

@@ -111,6 +111,11 @@ bool WaitReadable(SocketHandle socket, std::chrono::milliseconds time) noexcept 
     return ready > 0;
 }
 
+void StopBlocking(SocketHandle socket) noexcept {
+    u_long on = 1;
+    ioctlsocket(socket, static_cast<long>(FIONBIO), &on);
+}
+
 void CloseSocket(SocketHandle socket) noexcept {
     closesocket(socket);
 }

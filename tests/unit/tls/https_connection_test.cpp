@@ -1,0 +1,193 @@
+// The TLS connection's two forms against each other over real sockets: what no foreign peer shows.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <future>
+#include <string>
+#include <vector>
+
+#include <openssl/ssl.h>
+
+#include "common/crypto/openssl_owners.h"
+#include "common/crypto/openssl_start.h"
+#include "common/system/net/http_request.h"
+#include "common/system/net/http_server.h"
+#include "common/tls/https_connection.h"
+#include "support/trace_listener.h"
+#include "unit/net/scripted_connection.h"
+
+namespace tarnwell {
+namespace {
+
+using namespace std::chrono_literals;
+using test::MessageOf;
+
+class CJudge : public IServerTrust {
+public:
+    bool Trusts(std::span<const std::uint8_t> certificate, const CISOString& host) override {
+        asked.emplace_back(std::vector(certificate.begin(), certificate.end()), host);
+        return verdict;
+    }
+    bool verdict = true;
+    std::vector<std::pair<std::vector<std::uint8_t>, CISOString>> asked;
+};
+
+class CExposed : public CHttpsConnection {
+public:
+    using CHttpsConnection::CHttpsConnection;
+    using CHttpsConnection::Session;
+};
+
+class CHttpsConnectionTest : public testing::Test {
+protected:
+    CHttpsConnectionTest() {
+        StartOpenSsl();
+        StartSockets();
+        m_listener.Reset(ListenOnLoopback(m_port));
+        const CUniqueKey key(EVP_EC_gen("P-256"));
+        m_certificate.Reset(X509_new());
+        X509_set_version(m_certificate.Get(), X509_VERSION_3);
+        X509_gmtime_adj(X509_getm_notBefore(m_certificate.Get()), -60);
+        X509_gmtime_adj(X509_getm_notAfter(m_certificate.Get()), 3600);
+        X509_NAME_add_entry_by_txt(X509_get_subject_name(m_certificate.Get()), "CN", MBSTRING_UTF8,
+                                   reinterpret_cast<const unsigned char*>("p%s\u00E9"), -1, -1, 0);
+        X509_set_pubkey(m_certificate.Get(), key.Get());
+        X509_sign(m_certificate.Get(), key.Get(), EVP_sha256());
+        m_context.Reset(SSL_CTX_new(TLS_server_method()));
+        SSL_CTX_use_certificate(m_context.Get(), m_certificate.Get());
+        SSL_CTX_use_PrivateKey(m_context.Get(), key.Get());
+    }
+
+    CHttpUrl Url(std::string_view start = "https://localhost") const {
+        return CHttpUrl::Parse(std::string(start) + ":" + std::to_string(m_port) + "/p");
+    }
+    CUniqueSocket Accept() {
+        return CUniqueSocket(WaitReadable(m_listener.Get(), 20s) ? AcceptSocket(m_listener.Get())
+                                                                 : kNoSocket);
+    }
+    /// Serve accepts one client on another thread and gives its connection to `use`.
+    template <class Use>
+    std::future<void> Serve(Use use) {
+        return std::async(std::launch::async, [this, use] {
+            CExposed server(Accept(), m_context.Get(), 20s);
+            use(server);
+        });
+    }
+
+    std::uint16_t m_port = 0;
+    CUniqueSocket m_listener;
+    CUniqueX509 m_certificate;
+    CUnique<SslContextTraits> m_context;
+    CJudge m_judge;
+};
+
+TEST_F(CHttpsConnectionTest, HasTheServersOwnCertificateJudgedAndCarriesBodiesInEachVersion) {
+    const std::string body(3u << 20, 'b');
+    for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
+        SSL_CTX_set_max_proto_version(m_context.Get(), version);
+        const auto server = Serve([&](CExposed& client) {
+            EXPECT_EQ(SSL_version(client.Session()), version);
+            EXPECT_STREQ(SSL_get_servername(client.Session(), TLSEXT_NAMETYPE_host_name),
+                         "localhost");
+            while (!client.ReadLine().IsEmpty())
+                continue;
+            ByteArray received, chunk;
+            while (received.size() < body.size() && client.ReceiveChunk(chunk))
+                received.insert(received.end(), chunk.begin(), chunk.end());
+            WriteResponse(client, "text/plain", test::Text(received));
+        });
+        const test::CTraceListener trace;
+        std::unique_ptr<CHttpConnection> client = std::make_unique<CHttpsConnection>(m_judge);
+        client->Connect(Url());
+        const auto response = PostText(client, Url(), body, true, false, false);
+        EXPECT_TRUE(test::Text(response->ReadAll()) == body + "\r\n");
+        // The name is foreign: its "%" is only text.
+        EXPECT_EQ(trace.Messages(), (std::vector<std::string>{"Server certificates:",
+                                                              "\tSubject: /CN=p%s\\xC3\\xA9"}));
+    }
+    ASSERT_EQ(m_judge.asked.size(), 2u);
+    unsigned char* encoding = nullptr;
+    const int length = i2d_X509(m_certificate.Get(), &encoding);
+    const CUniqueOpenSslBytes owner(encoding);
+    EXPECT_EQ(m_judge.asked[1].first, std::vector(encoding, encoding + length));
+    EXPECT_EQ(m_judge.asked[1].second, "localhost");
+}
+
+TEST_F(CHttpsConnectionTest, SaysWhyItDoesNotConnect) {
+    const std::string zeros(300, '0');  // a number may be longer than a name
+    const auto refused = [&](CHttpUrl url) {
+        CHttpsConnection client(m_judge);
+        return MessageOf([&] { client.Connect(url); });
+    };
+    EXPECT_EQ(refused(CHttpUrl::Parse("https://localhost:4x/")), "Invalid URL format");
+    EXPECT_EQ(refused(Url("http://localhost")), "Unknown URL scheme");
+    EXPECT_EQ(refused(Url("https://" + zeros + "177.0.0.1")),
+              "SSL connect failed: unable to set tlsext host name");
+
+    EXPECT_EQ(MessageOf([] { CHttpsConnectionFactory().Create(CHttpUrl::Parse("HTTPS://h/")); }),
+              "Invalid protocol : HTTPS");
+    EXPECT_EQ(MessageOf([] { CHttpConnectionFactory().Create(CHttpUrl::Parse("https://h/")); }),
+              "Invalid protocol : https");
+    const auto plain = CHttpsConnectionFactory().Create(CHttpUrl::Parse("http://h/"));
+    EXPECT_EQ(dynamic_cast<CHttpsConnection*>(plain.get()), nullptr);
+}
+
+TEST_F(CHttpsConnectionTest, EveryConnectIsASessionOfItsOwnAndJudgedAnew) {
+    CHttpsConnection client(m_judge);
+    auto server = Serve([](CExposed&) {});
+    client.Connect(Url());
+    server = Serve([](CExposed&) {});
+    m_judge.verdict = false;
+    EXPECT_EQ(MessageOf([&] { client.Connect(Url()); }),
+              "SSL connect failed: untrusted certificate chain");
+
+    // The server's form has no context to make another session from.
+    server = Serve([&](CExposed& accepted) {
+        EXPECT_THAT(MessageOf([&] { accepted.Connect(Url()); }),
+                    testing::MatchesRegex("SSL connect failed: error:.*null ssl ctx"));
+    });
+    CHttpsConnection another(m_judge);
+    EXPECT_NE(MessageOf([&] { another.Connect(Url()); }), "nothing thrown");
+}
+
+TEST_F(CHttpsConnectionTest, AServerWithoutAChainIsAcceptedWithoutAnyCheck) {
+    constexpr char kAnonymous[] = "aNULL:@SECLEVEL=0";
+    m_context.Reset(SSL_CTX_new(TLS_server_method()));
+    SSL_CTX_set_max_proto_version(m_context.Get(), TLS1_2_VERSION);
+    SSL_CTX_set_cipher_list(m_context.Get(), kAnonymous);
+    const auto server = Serve([](CExposed& accepted) { accepted.SendAll("hello\n"); });
+    m_judge.verdict = false;
+    CExposed client(m_judge);
+    SSL_set_cipher_list(client.Session(), kAnonymous);
+    client.Connect(Url());
+    EXPECT_EQ(client.ReadLine(), "hello");
+    EXPECT_TRUE(m_judge.asked.empty());
+}
+
+TEST_F(CHttpsConnectionTest, ASilentClientHoldsTheServerNoLongerThanAllowed) {
+    CHttpConnection silent;
+    silent.Connect(Url("http://localhost"));
+    EXPECT_THAT(MessageOf([&] { CHttpsConnection(Accept(), m_context.Get(), 100ms); }),
+                testing::StartsWith("SSL accept failed: 5error:00000000:lib(0)::reason(0) /// "));
+    EXPECT_THAT(MessageOf([&] { CHttpsConnection(CUniqueSocket(), nullptr); }),
+                testing::MatchesRegex("SSL accept failed: 1error:.*null ssl ctx"));
+}
+
+TEST_F(CHttpsConnectionTest, MovesNothingForNoBytesAndNoMoreThanOpenSslCanCount) {
+    std::promise<void> read;
+    const auto server = Serve([&](CExposed& accepted) {
+        accepted.SendAll("abc");
+        read.get_future().wait();
+    });
+    CHttpsConnection client(m_judge);
+    client.Connect(Url());
+    char buffer[16] = {};
+    EXPECT_EQ(client.Send(buffer, 0), 0);
+    EXPECT_EQ(client.Receive(buffer, 0), 0);
+    EXPECT_EQ(client.Receive(buffer, 0xFFFFFFFF), 3);  // a negative count to OpenSSL would fail
+    read.set_value();
+}
+
+}  // namespace
+}  // namespace tarnwell

@@ -1,45 +1,96 @@
 // Asks for addresses through the project's own client and tells what came of each, one line an
-// address, so that a script can hold the client against servers that it starts:
+// address, so that a script can hold the client against servers that it starts. Options count from
+// where they stand:
 //
-//     http_client [--form=BODY] ADDRESS...
+//     http_client [--form=BODY] [--post=COUNT] [--trust=FILE] [--judge=FILE] ADDRESS...
 //
-//     200 OK; 5 headers; body 1234 bytes, fnv1a 9a3c…      the answer, read to its end
+// --form posts BODY, --post so many bytes of a pattern. --trust believes in a server with exactly
+// the certificate FILE (DER) instead of asking the system. With --judge nobody is asked: the system
+// judges FILE for each ADDRESS, then a host's name.
+//
+//     200 OK; 5 headers; body 1234 bytes, sha256 9a3c…     the answer, read to its end
 //     error Connection failed: Connection refused          the exception's message
+//     trusted                                              a judgement, or "untrusted"
 
-#include <cinttypes>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <optional>
+#include <span>
 #include <string_view>
 
 #include "common/system/net/http_request.h"
+#include "common/tls/https_connection.h"
+#include "wire_pattern.h"
 
 using namespace tarnwell;
 
 namespace {
 
-void Tell(const char* address, const char* form) try {
-    CHttpConnectionFactory factory;
-    const auto response = form ? PostForm(factory, CHttpUrl::Parse(address), form, true)
+/// One certificate and no other.
+class CPinned : public IServerTrust {
+public:
+    explicit CPinned(std::string certificate) : m_certificate(std::move(certificate)) {}
+    bool Trusts(std::span<const std::uint8_t> certificate, const CISOString&) override {
+        return std::equal(certificate.begin(), certificate.end(), m_certificate.begin(),
+                          m_certificate.end(),
+                          [](std::uint8_t a, char b) { return a == static_cast<std::uint8_t>(b); });
+    }
+
+private:
+    std::string m_certificate;
+};
+
+class CPinnedFactory : public CHttpsConnectionFactory {
+public:
+    explicit CPinnedFactory(std::string certificate) : m_trust(std::move(certificate)) {}
+    std::unique_ptr<CHttpConnection> Create(const CHttpUrl& url) override {
+        if (url.scheme == "https")
+            return std::make_unique<CHttpsConnection>(m_trust);
+        return CHttpsConnectionFactory::Create(url);
+    }
+
+private:
+    CPinned m_trust;
+};
+
+void Tell(CHttpConnectionFactory& factory, const char* address,
+          const std::optional<std::string>& form) try {
+    const auto response = form ? PostForm(factory, CHttpUrl::Parse(address), *form, true)
                                : Get(factory, address, true);
-    std::uint64_t hash = 0xCBF29CE484222325;
-    for (const std::uint8_t byte : response->ReadAll())
-        hash = (hash ^ byte) * 0x100000001B3;
-    std::printf("%u %s; %zu headers; body %zu bytes, fnv1a %016" PRIx64 "\n",
-                response->StatusCode(), response->Reason().CStr(), response->Headers().size(),
-                response->Body().size(), hash);
+    response->ReadAll();
+    std::printf("%u %s; %zu headers; body %zu bytes, sha256 %s\n", response->StatusCode(),
+                response->Reason().CStr(), response->Headers().size(), response->Body().size(),
+                test::Sha256(response->Body()).c_str());
 } catch (const std::exception& error) {
     std::printf("error %s\n", error.what());
+}
+
+void Judge(const std::string& certificate, const char* host) {
+    const std::span bytes(reinterpret_cast<const std::uint8_t*>(certificate.data()),
+                          certificate.size());
+    std::puts(IServerTrust::System().Trusts(bytes, host) ? "trusted" : "untrusted");
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
-    constexpr std::string_view kForm = "--form=";
-    const char* form = nullptr;
+    std::unique_ptr<CHttpConnectionFactory> factory = std::make_unique<CHttpsConnectionFactory>();
+    std::optional<std::string> form, judged;
     for (int i = 1; i < count; ++i) {
-        if (std::string_view(arguments[i]).starts_with(kForm))
-            form = arguments[i] + kForm.size();
+        const std::string_view argument = arguments[i];
+        const std::string value(argument.substr(std::min(argument.find('=') + 1, argument.size())));
+        if (argument.starts_with("--form="))
+            form = value;
+        else if (argument.starts_with("--post="))
+            form = test::Pattern(std::stoul(value));
+        else if (argument.starts_with("--trust="))
+            factory = std::make_unique<CPinnedFactory>(test::Content(value));
+        else if (argument.starts_with("--judge="))
+            judged = test::Content(value);
+        else if (judged)
+            Judge(*judged, arguments[i]);
         else
-            Tell(arguments[i], form);
+            Tell(*factory, arguments[i], form);
     }
 }

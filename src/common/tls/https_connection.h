@@ -2,8 +2,9 @@
 
 // The HTTP connection over TLS, for clients and servers: the requests, responses and server pieces
 // of the HTTP library run over it unchanged. Owned and used as CHttpConnection is: one thread at a
-// time, blocking, the socket closed with the object. A peer that ends without TLS's own farewell
-// ends in an error, never in a short body that looks whole.
+// time, blocking, the socket closed with the object. A stream that ends without TLS's own farewell
+// has ended all the same: somebody on the way may have cut it, so who needs a body to be whole
+// compares its length.
 //
 // The library's share of OpenSSL is per thread: a thread that ends should call
 // OPENSSL_thread_stop(), which frees what OpenSSL keeps for it.

@@ -32,6 +32,12 @@ CUniqueChain BuildChain(const CERT_CONTEXT* certificate) {
     return chain;
 }
 
+/// EndsInARoot: Windows' policy refuses a chain that stops before a root by itself, but what stands
+/// in for Windows elsewhere (Wine 8) lets it pass.
+bool EndsInARoot(const CERT_CHAIN_CONTEXT* chain) noexcept {
+    return (chain->TrustStatus.dwErrorStatus & CERT_TRUST_IS_PARTIAL_CHAIN) == 0;
+}
+
 /// MeetsPolicy holds the chain to the rules for a TLS server of this name, none waived.
 bool MeetsPolicy(const CERT_CHAIN_CONTEXT* chain, const CISOString& host) {
     CUTF16String name = Utf16FromUtf8(host);
@@ -58,7 +64,7 @@ public:
         if (!context)
             return false;
         const CUniqueChain chain = BuildChain(context.Get());
-        return chain && MeetsPolicy(chain.Get(), host);
+        return chain && EndsInARoot(chain.Get()) && MeetsPolicy(chain.Get(), host);
     }
 };
 

@@ -5,6 +5,7 @@
 
 #include <future>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <openssl/ssl.h>
@@ -37,6 +38,7 @@ class CExposed : public CHttpsConnection {
 public:
     using CHttpsConnection::CHttpsConnection;
     using CHttpsConnection::Session;
+    using CHttpsConnection::Socket;
 };
 
 class CHttpsConnectionTest : public testing::Test {
@@ -187,6 +189,21 @@ TEST_F(CHttpsConnectionTest, MovesNothingForNoBytesAndNoMoreThanOpenSslCanCount)
     EXPECT_EQ(client.Receive(buffer, 0), 0);
     EXPECT_EQ(client.Receive(buffer, 0xFFFFFFFF), 3);  // a negative count to OpenSSL would fail
     read.set_value();
+}
+
+TEST_F(CHttpsConnectionTest, APeerThatHasStoppedReadingDoesNotHoldUpTheFarewell) {
+    std::promise<void> over;
+    const auto server = Serve([&](CExposed&) { over.get_future().wait(); });
+    auto client = std::make_unique<CExposed>(m_judge);
+    client->Connect(Url());
+    const auto filling = std::async(std::launch::async, [socket = client->Socket()] {
+        const std::string junk(64u << 20, 'x');
+        SendSocket(socket, junk.data(), static_cast<std::uint32_t>(junk.size()));
+    });
+    std::this_thread::sleep_for(200ms);  // until no buffer takes any more
+    const auto leaving = std::async(std::launch::async, [&] { client.reset(); });
+    EXPECT_EQ(leaving.wait_for(10s), std::future_status::ready);
+    over.set_value();
 }
 
 }  // namespace

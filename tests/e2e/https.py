@@ -1,0 +1,260 @@
+"""Holds the HTTPS client against servers nobody here wrote, and against hostile ones; and the
+server side against such clients.
+
+    https.py PREFIX CLIENT... -- SERVER...
+
+CLIENT and SERVER are the commands of tests/programs/http_client and https_server. PREFIX is the Wine
+prefix that both run in, into which the test's root is put; "" for native programs, which have no
+system to ask for trust and believe in one certificate that they are given.
+"""
+
+import contextlib
+import os
+import pathlib
+import re
+import socket
+import ssl
+import subprocess
+import sys
+import tempfile
+import urllib.request
+
+import https_pki
+from http_peers import (Case, Hostile, answer, nginx_server, posted, python_server, read_request,
+                        reset, run, says, sha256)
+
+UNTRUSTED = "error SSL connect failed: untrusted certificate chain"
+FORM = "application/x-www-form-urlencoded"
+SMALL = b"a small file\n"
+MIB = 1 << 20
+
+
+def pattern(count):
+    return (bytes(range(251)) * (count // 251 + 1))[:count]
+
+
+def server_context(pki, name, version=ssl.TLSVersion.TLSv1_3):
+    context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+    context.load_cert_chain(pki / f"{name}.pem", pki / f"{'self' if name == 'self' else 'server'}.key")
+    context.minimum_version = context.maximum_version = version
+    return context
+
+
+@contextlib.contextmanager
+def s_server(pki, folder, version):
+    """OpenSSL's own test server, serving files."""
+    command = ["openssl", "s_server", "-accept", "127.0.0.1:0", "-cert", pki / "right.pem",
+               "-key", pki / "server.key", "-WWW", version]
+    with subprocess.Popen(command, cwd=folder, text=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.DEVNULL) as process:
+        ports = (line.split(":")[1] for line in process.stdout if line.startswith("ACCEPT"))
+        yield int(next(ports))
+        process.terminate()
+
+
+def transfers(stack, pki, folder, large):
+    """Good servers of both versions of the protocol, small and large bodies both ways."""
+    python = f"https://localhost:{python_server(folder, server_context(pki, 'right'))}"
+    state = stack.enter_context(tempfile.TemporaryDirectory())
+    nginx = stack.enter_context(nginx_server(
+        folder, state, f"ssl; ssl_protocols TLSv1.2; ssl_certificate {pki}/right.pem; "
+                       f"ssl_certificate_key {pki}/server.key"))
+    nginx = f"https://localhost:{nginx}"
+    for name, address, headers in (("python", python, 5), ("nginx", nginx, 8)):
+        yield Case(f"{name}: small file", f"{address}/small.txt", answer("200 OK", headers, SMALL))
+        yield Case(f"{name}: 100 MiB file", f"{address}/large.bin",
+                   answer("200 OK", headers, large))
+    for version in ("-tls1_2", "-tls1_3"):
+        port = stack.enter_context(s_server(pki, folder, version))
+        yield Case(f"openssl s_server {version}", f"https://localhost:{port}/small.txt",
+                   answer("200 ok", 1, SMALL))
+    yield Case("nginx: a request of 1 MiB", f"{nginx}/form", answer("200 OK", 5, b"1048576"),
+               options=[f"--post={MIB}"])
+    yield Case("python: a request of 100 MiB", python,
+               answer("201 Made", 2, posted(FORM, large)), options=[f"--post={len(large)}"])
+
+
+# Hostile servers
+
+
+def in_the_clear(data):
+    def behaviour(peer, server):
+        peer.recv(4096)
+        server.send(peer, data)
+
+    return behaviour
+
+
+def hangs_up_on_the_greeting(peer, _):
+    peer.recv(4096)
+
+
+def resets_on_the_greeting(peer, _):
+    peer.recv(4096)
+    reset(peer)
+
+
+def secured(pki, behaviour):
+    """Behaves well until the handshake is over, and never says TLS's farewell."""
+    context = server_context(pki, "right")
+
+    def secure(peer, server):
+        with context.wrap_socket(peer, server_side=True) as session:
+            behaviour(session, server)
+
+    return secure
+
+
+def garbage(session, _):
+    read_request(session)
+    os.write(session.fileno(), b"HTTP/1.1 200 OK\r\n\r\nin the clear")
+
+
+def resets(session, _):
+    read_request(session)
+    reset(session)
+
+
+def hostile_cases(pki):
+    refused = "error SSL connect failed: "
+    # The socket has nothing to say where TLS itself finds the fault.
+    broken = "error Unable to receive data: No error"
+    for name, behaviour, expected in (
+            ("answers in the clear", in_the_clear(b"HTTP/1.1 400 Bad Request\r\n\r\n"),
+             refused + "error:0A00010B:SSL routines::wrong version number"),
+            ("answers with noise", in_the_clear(b"\x16\x03\x03\x00\x05noise" + b"\xff" * 100),
+             re.compile(refused + "error:0A[0-9A-F]{6}:SSL routines::.+")),
+            ("closes in the handshake", hangs_up_on_the_greeting,
+             refused + "error:0A000126:SSL routines::unexpected eof while reading"),
+            ("resets in the handshake", resets_on_the_greeting, refused),
+            ("garbage behind the handshake", secured(pki, garbage), broken),
+            ("no farewell: all that came is the body",
+             secured(pki, says(b"HTTP/1.1 200 OK\r\n\r\nhalf")), answer("200 OK", 0, b"half")),
+            ("resets behind the handshake", secured(pki, resets),
+             "error Unable to receive data: Connection reset by peer")):
+        yield Case(name, Hostile(behaviour, "https").address, expected)
+
+
+# Trust
+
+
+def trust_cases(pki, folder):
+    """What Windows' chain engine says of servers, by what they show."""
+    for name, trusted in (("under-installed", True), ("expired", False), ("elsewhere", False),
+                          ("client", False), ("revoked", False), ("foreign", False),
+                          ("self", False), ("under-unseen", False), ("under-fallen", False)):
+        port = python_server(folder, server_context(pki, name))
+        yield Case(f"trust: {name}", f"https://localhost:{port}/small.txt",
+                   answer("200 OK", 5, SMALL) if trusted else UNTRUSTED)
+    for host, verdict in (("a.peers.test", "trusted"), ("A.PEERS.TEST", "trusted"),
+                          ("peers.test", "untrusted"), ("a.b.peers.test", "untrusted"),
+                          ("a.peers.test.evil.test", "untrusted")):
+        yield Case(f"trust: wildcard for {host}", host, verdict,
+                   options=[f"--judge={pki}/wildcard.der"])
+
+
+# The server side
+
+
+def server_side(command, pki, large):
+    """Foreign clients, one after the other; returns whether each got and left what it should."""
+    good = True
+    with subprocess.Popen([*command, pki / "right.pem", pki / "server.key"], text=True,
+                          stdout=subprocess.PIPE) as server:
+        port = int(server.stdout.readline().split()[1])
+        address = f"https://localhost:{port}"
+
+        def check(name, log, expected, client):
+            nonlocal good
+            try:
+                got = client()
+            except OSError as error:
+                got = str(error)
+            line = server.stdout.readline().rstrip("\n")
+            fits = got == expected and re.fullmatch(log, line)
+            good = good and bool(fits)
+            print(f"ok    {name}" if fits else f"FAIL  {name}: {got[:200]!r}, server: {line}\n"
+                                               f"      expected {expected[:200]!r}, server: {log}")
+
+        def curl(path, *options, body=None):
+            return subprocess.run(
+                ["curl", "-s", "--cacert", pki / "root.pem", "-H", "Expect:", *options,
+                 *(["--data-binary", "@-"] if body else []), address + path],
+                input=body, stdout=subprocess.PIPE, timeout=60, check=False).stdout
+
+        def s_client(version):
+            return subprocess.run(
+                ["openssl", "s_client", "-quiet", "-connect", f"localhost:{port}", "-CAfile",
+                 pki / "root.pem", "-verify_return_error", "-verify_hostname", "localhost",
+                 version], input=b"GET /bytes/5 HTTP/1.0\r\n\r\n", stdout=subprocess.PIPE,
+                stderr=subprocess.DEVNULL, timeout=60, check=False).stdout.split(b"\r\n\r\n")[-1]
+
+        def python(path, body=None):
+            context = ssl.create_default_context(cafile=pki / "root.pem")
+            with urllib.request.urlopen(address + path, body, 60, context=context) as response:
+                return response.read()
+
+        def leaves(last):
+            with socket.create_connection(("127.0.0.1", port)) as peer:
+                peer.sendall(last)
+                if not last:
+                    reset(peer)
+            return b""
+
+        def told(body):
+            return f"{len(body)} {sha256(body)}\r\n".encode()
+
+        small = pattern(MIB)
+        for version in ("1.2", "1.3"):
+            options = [f"--tlsv{version}", "--tls-max", version]
+            check(f"curl {version}: 100 MiB", f"GET /bytes/{len(large)}", large,
+                  lambda options=options: curl(f"/bytes/{len(large)}", *options))
+            check(f"curl {version}: a request of 1 MiB", "POST /", told(small),
+                  lambda options=options: curl("/", *options, body=small))
+            check(f"openssl s_client {version}", "GET /bytes/5", pattern(5),
+                  lambda version=version: s_client("-tls" + version.replace(".", "_")))
+        check("curl: a request of 100 MiB", "POST /", told(large), lambda: curl("/", body=large))
+        check("python: 1 MiB", f"GET /bytes/{MIB}", small, lambda: python(f"/bytes/{MIB}"))
+        check("python: a request of 1 MiB", "POST /", told(small), lambda: python("/", small))
+        refused = "error SSL accept failed: "
+        check("a client without TLS", refused + "1error:0A00009C:SSL routines::http request",
+              b"", lambda: leaves(b"GET / HTTP/1.0\r\n\r\n"))
+        check("a client that believes in nobody",
+              refused + "1error:0A000418:SSL routines::tlsv1 alert unknown ca", b"",
+              lambda: curl("/", "--cacert", pki / "stranger.pem"))
+        check("a client that leaves in the greeting",
+              refused + "1error:0A000126:SSL routines::unexpected eof while reading", b"",
+              lambda: leaves(b"\x16\x03\x01"))
+        check("a client that resets", refused + "5error:00000000:lib.0.::reason.0. /// .+", b"",
+              lambda: leaves(b""))
+        check("the end", "GET /quit", told(b""), lambda: curl("/quit"))
+        return server.wait(20) == 0 and good
+
+
+def main(prefix, client, server):
+    large = pattern(100 * MIB)
+    with contextlib.ExitStack() as stack:
+        folder = pathlib.Path(stack.enter_context(tempfile.TemporaryDirectory()))
+        pki = pathlib.Path(stack.enter_context(tempfile.TemporaryDirectory()))
+        for readable in (folder, pki):
+            readable.chmod(0o755)
+        (folder / "small.txt").write_bytes(SMALL)
+        (folder / "large.bin").write_bytes(large)
+        https_pki.make(pki, f"http://127.0.0.1:{python_server(pki)}")
+        cases = [*transfers(stack, pki, folder, large), *hostile_cases(pki)]
+        if prefix:
+            for store, name in (("Root", "root"), ("CA", "installed"), ("CA", "fallen")):
+                https_pki.install(prefix, store, pki / f"{name}.der")
+            cases += trust_cases(pki, folder)
+        else:
+            client = [*client, f"--trust={pki}/right.der"]
+            port = python_server(folder, server_context(pki, "elsewhere"))
+            cases.append(Case("another certificate", f"https://localhost:{port}/", UNTRUSTED))
+        return 0 if run(client, cases) & server_side(server, pki, large) else 1
+
+
+if __name__ == "__main__":
+    if len(sys.argv) < 5 or "--" not in sys.argv:
+        sys.exit(__doc__)
+    split = sys.argv.index("--")
+    sys.exit(main(sys.argv[1], sys.argv[2:split], sys.argv[split + 1:]))

@@ -8,7 +8,7 @@ cd "$root"
 "$root/scripts/build.sh" native "a minute from nothing"
 "$root/scripts/build.sh" windows "two minutes from nothing"
 shopt -s nullglob
-programs=(build/native/bin/*_bench bench/*_bench.sh)
+programs=(build/native/bin/*_bench bench/*_bench.py)
 ((${#programs[@]} > 0)) || die "there is no benchmark (bench/<name>_bench.cpp)"
 missed=()
 for program in "${programs[@]}" build/windows/bin/*_bench.exe; do

@@ -156,7 +156,7 @@ def trust_cases(pki, folder):
 # The server side
 
 
-def server_side(command, pki, large):
+def server_side(command, pki, large, wine):
     """Foreign clients, one after the other; returns whether each got and left what it should."""
     good = True
     with subprocess.Popen([*command, pki / "right.pem", pki / "server.key"], text=True,
@@ -222,10 +222,12 @@ def server_side(command, pki, large):
         check("a client that believes in nobody",
               refused + "1error:0A000418:SSL routines::tlsv1 alert unknown ca", b"",
               lambda: curl("/", "--cacert", pki / "stranger.pem"))
-        check("a client that leaves in the greeting",
-              refused + "1error:0A000126:SSL routines::unexpected eof while reading", b"",
+        ended = refused + "1error:0A000126:SSL routines::unexpected eof while reading"
+        check("a client that leaves in the greeting", ended, b"",
               lambda: leaves(b"\x16\x03\x01"))
-        check("a client that resets", refused + "5error:00000000:lib.0.::reason.0. /// .+", b"",
+        # Wine's select, which the server's deadline needs, swallows the reset.
+        was_reset = "5error:00000000:lib.0.::reason.0. /// Connection reset by peer"
+        check("a client that resets", ended if wine else refused + was_reset, b"",
               lambda: leaves(b""))
         check("the end", "GET /quit", told(b""), lambda: curl("/quit"))
         return server.wait(20) == 0 and good
@@ -250,7 +252,7 @@ def main(prefix, client, server):
             client = [*client, f"--trust={pki}/right.der"]
             port = python_server(folder, server_context(pki, "elsewhere"))
             cases.append(Case("another certificate", f"https://localhost:{port}/", UNTRUSTED))
-        return 0 if run(client, cases) & server_side(server, pki, large) else 1
+        return 0 if run(client, cases) & server_side(server, pki, large, prefix) else 1
 
 
 if __name__ == "__main__":

@@ -2,17 +2,18 @@
 // address, so that a script can hold the client against servers that it starts. Options count from
 // where they stand:
 //
-//     http_client [--form=BODY] [--post=COUNT] [--trust=FILE] [--judge=FILE] ADDRESS...
+//     http_client [--form=BODY] [--post=COUNT] [--trust=FILE] [--judge=FILE] [--time] ADDRESS...
 //
 // --form posts BODY, --post so many bytes of a pattern. --trust believes in a server with exactly
 // the certificate FILE (DER) instead of asking the system. With --judge nobody is asked: the system
-// judges FILE for each ADDRESS, then a host's name.
+// judges FILE for each ADDRESS, then a host's name. With --time the answer is the seconds it took.
 //
 //     200 OK; 5 headers; body 1234 bytes, sha256 9a3c…     the answer, read to its end
 //     error Connection failed: Connection refused          the exception's message
 //     trusted                                              a judgement, or "untrusted"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <optional>
@@ -55,10 +56,16 @@ private:
 };
 
 void Tell(CHttpConnectionFactory& factory, const char* address,
-          const std::optional<std::string>& form) try {
+          const std::optional<std::string>& form, bool timed) try {
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
     const auto response = form ? PostForm(factory, CHttpUrl::Parse(address), *form, true)
                                : Get(factory, address, true);
     response->ReadAll();
+    if (timed) {
+        std::printf("%.4f\n", std::chrono::duration<double>(Clock::now() - start).count());
+        return;
+    }
     std::printf("%u %s; %zu headers; body %zu bytes, sha256 %s\n", response->StatusCode(),
                 response->Reason().CStr(), response->Headers().size(), response->Body().size(),
                 test::Sha256(response->Body()).c_str());
@@ -77,6 +84,7 @@ void Judge(const std::string& certificate, const char* host) {
 int main(int count, char** arguments) {
     std::unique_ptr<CHttpConnectionFactory> factory = std::make_unique<CHttpsConnectionFactory>();
     std::optional<std::string> form, judged;
+    bool timed = false;
     for (int i = 1; i < count; ++i) {
         const std::string_view argument = arguments[i];
         const std::string value(argument.substr(std::min(argument.find('=') + 1, argument.size())));
@@ -88,9 +96,11 @@ int main(int count, char** arguments) {
             factory = std::make_unique<CPinnedFactory>(test::Content(value));
         else if (argument.starts_with("--judge="))
             judged = test::Content(value);
+        else if (argument == "--time")
+            timed = true;
         else if (judged)
             Judge(*judged, arguments[i]);
         else
-            Tell(*factory, arguments[i], form);
+            Tell(*factory, arguments[i], form, timed);
     }
 }

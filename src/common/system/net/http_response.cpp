@@ -1,10 +1,27 @@
 #include "common/system/net/http_response.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "common/system/net/http_head.h"
+#include "common/system/text/convert.h"
 
 namespace tarnwell {
+namespace {
+
+/// What a server can make a reader set aside by announcing it alone.
+constexpr std::size_t kMostReserved = std::size_t{128} << 20;
+
+/// LengthHint is the length that the server announces, within bounds, 0 without one. Only a hint:
+/// the body is what comes, but growing to it step by step would cost as much as receiving it.
+std::size_t LengthHint(const std::vector<CHttpResponse::Header>& headers) noexcept {
+    for (const auto& [name, value] : headers)
+        if (name == "Content-Length")
+            return std::min<std::size_t>(ParseUnsigned(value).value_or(0), kMostReserved);
+    return 0;
+}
+
+}  // namespace
 
 std::unique_ptr<CHttpResponse> CHttpResponse::Read(std::unique_ptr<CHttpConnection>& connection) {
     std::size_t budget = kMaxHeadBytes;
@@ -36,6 +53,7 @@ const ByteArray& CHttpResponse::ReadAll() {
 const ByteArray& CHttpResponse::ReadAtLeast(std::size_t count) {
     if (!m_body.empty())
         return m_body;
+    m_body.reserve(std::min(count, LengthHint(m_headers)));
     ByteArray chunk;
     while (m_body.size() < count && m_connection->ReceiveChunk(chunk))
         m_body.insert(m_body.end(), chunk.begin(), chunk.end());

@@ -17,11 +17,11 @@ declare -A packages=(
     [windows]="
         g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 librsvg2-bin zip
         wine64 libgnutls30 fonts-liberation fonts-wine"
-    [test]="openssl gpgsm gpg-agent nginx-light zip unzip"
+    [test]="openssl gpgsm gpg-agent nginx-light curl zip unzip"
     [demo]="
         openssl xvfb openbox xdotool x11-xserver-utils imagemagick locales
         libxcomposite1 libxcursor1 libxfixes3 libxi6 libxinerama1 libxrandr2 libxrender1"
-    [bench]="libbenchmark-dev openssl"
+    [bench]="libbenchmark-dev openssl nginx-light curl"
     [fuzz]="clang-14 libclang-rt-14-dev"
     [lint]="clang-format clang-tidy shellcheck"
     [coverage]="gcovr"

@@ -2,20 +2,15 @@
 
 #include <limits>
 
-#include "common/system/os/owners_win32.h"
+#include "common/system/os/certificate_owners_win32.h"
 #include "common/system/text/convert.h"
-
-#include <wincrypt.h>
 
 namespace tarnwell {
 namespace {
 
-using CUniqueCertificate = CUnique<CPointerTraits<const CERT_CONTEXT, CertFreeCertificateContext>>;
-using CUniqueChain = CUnique<CPointerTraits<const CERT_CHAIN_CONTEXT, CertFreeCertificateChain>>;
-
 /// BuildChain asks the default engine for the chain to a root. No store is handed along: what a
 /// server sends to complete its own chain is not taken as help.
-CUniqueChain BuildChain(const CERT_CONTEXT* certificate) {
+CUniqueCertificateChain BuildChain(const CERT_CONTEXT* certificate) {
     char serverAuthentication[] = szOID_PKIX_KP_SERVER_AUTH;
     LPSTR usages[] = {serverAuthentication};
     CERT_CHAIN_PARA wanted{};
@@ -24,11 +19,11 @@ CUniqueChain BuildChain(const CERT_CONTEXT* certificate) {
     wanted.RequestedUsage.Usage.cUsageIdentifier = 1;
     wanted.RequestedUsage.Usage.rgpszUsageIdentifier = usages;
 
-    CUniqueChain chain;
+    CUniqueCertificateChain chain;
     if (!CertGetCertificateChain(nullptr, certificate, nullptr, nullptr, &wanted,
                                  CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT, nullptr,
                                  chain.Put()))
-        return CUniqueChain();
+        return CUniqueCertificateChain();
     return chain;
 }
 
@@ -63,7 +58,7 @@ public:
             X509_ASN_ENCODING, certificate.data(), static_cast<DWORD>(certificate.size())));
         if (!context)
             return false;
-        const CUniqueChain chain = BuildChain(context.Get());
+        const CUniqueCertificateChain chain = BuildChain(context.Get());
         return chain && EndsInARoot(chain.Get()) && MeetsPolicy(chain.Get(), host);
     }
 };

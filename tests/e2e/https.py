@@ -141,7 +141,7 @@ def hostile_cases(pki):
 def trust_cases(pki, folder):
     """What Windows' chain engine says of servers, by what they show."""
     for name, trusted in (("under-installed", True), ("expired", False), ("elsewhere", False),
-                          ("client", False), ("revoked", False), ("foreign", False),
+                          ("client", False), ("revoked", False), ("unlisted", False), ("foreign", False),
                           ("self", False), ("under-unseen", False), ("under-fallen", False)):
         port = python_server(folder, server_context(pki, name))
         yield Case(f"trust: {name}", f"https://localhost:{port}/small.txt",

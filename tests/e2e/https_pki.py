@@ -67,9 +67,10 @@ class Authority:
             self.openssl("req", "-new", "-config", self.path(".cnf").name, "-key", f"{name}.key",
                          "-subj", f"/CN={name}", "-out", f"{name}.csr")
 
-    def issue(self, name, extensions, *options, request="server"):
+    def issue(self, name, extensions, *options, request="server", address=None):
         (self.folder / f"{name}.ext").write_text("\n".join(
-            [*extensions, f"crlDistributionPoints = URI:{self.address}/{self.name}.crl"]))
+            [*extensions,
+             f"crlDistributionPoints = URI:{address or self.address}/{self.name}.crl"]))
         self.ca("-in", f"{request}.csr", "-subj", f"/CN={name}", "-extfile", f"{name}.ext",
                 "-notext", "-out", f"{name}.pem", *options)
         self.openssl("x509", "-in", f"{name}.pem", "-outform", "DER", "-out", f"{name}.der")
@@ -96,12 +97,12 @@ def make(folder, address):
     root.issue("elsewhere", server("DNS:elsewhere.test"))
     root.issue("wildcard", server("DNS:*.peers.test"))
     root.issue("client", server("DNS:localhost", "clientAuth"))
+    root.issue("unlisted", local, address="http://127.0.0.1:1")
     root.issue("revoked", local)
     root.revoke("revoked")
     root.revoke("fallen")
     stranger.issue("foreign", local)
     Authority(folder, "self", address).issue("self", local, "-selfsign", request="self")
-    (root.folder / "self-server.key").write_bytes((root.folder / "self.key").read_bytes())
     for name, middle in middles.items():
         middle.issue(f"under-{name}", local)
         chain = root.folder / f"under-{name}.pem"

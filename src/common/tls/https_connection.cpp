@@ -98,7 +98,7 @@ CHttpsConnection::CHttpsConnection(CUniqueSocket accepted, SSL_CTX* context,
 
 CHttpsConnection::~CHttpsConnection() {
     // A peer that has stopped reading must not keep this thread for the sake of a farewell.
-    StopBlocking(Socket());
+    SetBlocking(Socket(), false);
     if (m_session)
         SSL_shutdown(m_session.Get());
     ERR_clear_error();

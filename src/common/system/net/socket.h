@@ -48,8 +48,9 @@ int ReceiveSocket(SocketHandle socket, void* buffer, std::uint32_t capacity) noe
 /// WaitReadable waits until a receive or an accept would not block; false after `time` (the last
 /// error is then kSocketTimedOut) and on error.
 bool WaitReadable(SocketHandle socket, std::chrono::milliseconds time) noexcept;
-/// StopBlocking makes calls on the socket fail rather than wait from now on; nothing for kNoSocket.
-void StopBlocking(SocketHandle socket) noexcept;
+/// SetBlocking says whether calls on the socket wait, as they do at first, or fail instead; nothing
+/// for kNoSocket.
+void SetBlocking(SocketHandle socket, bool blocking) noexcept;
 void CloseSocket(SocketHandle socket) noexcept;
 
 /// ListenOnLoopback binds 127.0.0.1 and a port that the system picks, and listens; kNoSocket on

@@ -197,10 +197,10 @@ bool WaitReadable(SocketHandle socket, std::chrono::milliseconds time) noexcept 
     return ready > 0;
 }
 
-void StopBlocking(SocketHandle socket) noexcept {
+void SetBlocking(SocketHandle socket, bool blocking) noexcept {
     const int flags = fcntl(DescriptorOf(socket), F_GETFL);
     if (flags >= 0)
-        fcntl(DescriptorOf(socket), F_SETFL, flags | O_NONBLOCK);
+        fcntl(DescriptorOf(socket), F_SETFL, blocking ? flags & ~O_NONBLOCK : flags | O_NONBLOCK);
 }
 
 void CloseSocket(SocketHandle socket) noexcept {

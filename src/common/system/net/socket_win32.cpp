@@ -111,9 +111,9 @@ bool WaitReadable(SocketHandle socket, std::chrono::milliseconds time) noexcept 
     return ready > 0;
 }
 
-void StopBlocking(SocketHandle socket) noexcept {
-    u_long on = 1;
-    ioctlsocket(socket, static_cast<long>(FIONBIO), &on);
+void SetBlocking(SocketHandle socket, bool blocking) noexcept {
+    u_long nonBlocking = blocking ? 0 : 1;
+    ioctlsocket(socket, static_cast<long>(FIONBIO), &nonBlocking);
 }
 
 void CloseSocket(SocketHandle socket) noexcept {

@@ -85,7 +85,7 @@ protected:
 };
 
 TEST_F(CHttpsConnectionTest, HasTheServersOwnCertificateJudgedAndCarriesBodiesInEachVersion) {
-    const std::string body(3u << 20, 'b');
+    const std::string body(300u << 10, 'b');
     for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
         SSL_CTX_set_max_proto_version(m_context.Get(), version);
         const auto server = Serve([&](CExposed& client) {

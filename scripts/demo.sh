@@ -20,7 +20,7 @@ esac
 bin=$(realpath "${1:-$root/build/windows/bin}")
 out=$root/build/demo
 [[ -f $bin/Tarnwell.dll ]] || die "there is no Tarnwell.dll in $bin" "Build it first: make demo"
-need python3 openssl localedef
+need python3 openssl localedef rsvg-convert
 
 rm -rf "$out"
 mkdir -p "$out"
@@ -108,6 +108,49 @@ await() {
     sleep 0.3
 }
 
+# show_type EXTENSION: makes that type known, with an icon, as its programs do on Windows. Before
+# the prefix is used; what Wine has for the type already keeps its own programs.
+show_type() {
+    python3 "$root/scripts/make-icon.py" --soft "$prefix/drive_c/type_$1.ico" \
+        {256,48,32,24,16}="$root/assets/demo/type_$1.svg"
+    local name=$1file # as Wine calls those that it has
+    printf '\n[Software\\\\Classes\\\\%s]\n@="%s"\n' ".$1" "$name" >>"$prefix/system.reg"
+    printf '\n[Software\\\\Classes\\\\%s\\\\DefaultIcon]\n@="C:\\\\type_%s.ico"\n' "$name" "$1" \
+        >>"$prefix/system.reg"
+}
+
+# open_window FOLDER: shows the folder in shellprobe's window; what the window says of itself, a
+# line each, goes to build/demo/window.log.
+open_window() {
+    said=0
+    : >"$out/window.log"
+    TARNWELL_RAW_ARGS=1 probe view "$1" >"$out/window.log" &
+    window_pid=$!
+    heard '"view":"ready"'
+}
+# heard TEXT: waits (20 s) for the window's next line that holds the text, and gives it.
+heard() {
+    local tries line
+    for ((tries = 0; tries < 200; tries++)); do
+        if line=$(tail -n "+$((said + 1))" "$out/window.log" | grep -nF -m 1 -- "$1"); then
+            said=$((said + ${line%%:*}))
+            heard=${line#*:}
+            return
+        fi
+        sleep 0.1
+    done
+    fail "the window did not say $1"
+}
+# point_at NAME: moves the mouse to the file, by the window's last list of what stands where.
+point_at() {
+    local x y
+    read -r x y < <(python3 -c 'import json, sys
+line = json.loads(sys.argv[1])
+print(*line["at"][line["listed"].index(sys.argv[2])])' "$(grep '"listed"' "$out/window.log" | tail -n 1)" "$1")
+    xdotool mousemove "$x" "$y"
+}
+away() { xdotool mousemove 755 515; }
+
 registry() { # FILE: every key that registering may touch, as the registry holds it
     windows reg export 'HKLM\Software\Classes' 'C:\classes.reg' /y >/dev/null
     iconv -f UTF-16 -t UTF-8 "$prefix/drive_c/classes.reg" | tr -d '\r' >"$1"
@@ -127,11 +170,13 @@ verify() {
 
 say "The demo takes about a minute. Everything it shows lands in build/demo."
 echo "Tarnwell, from the explorer's menu to a signed file and back"
-start_display 760 420
+start_display 760 520
 prefix=$("$root/scripts/wine-prefix.sh" new --display)
 smooth_fonts "$prefix"
-printf '\n[Software\\\\Classes\\\\.txt]\n@="txtfile"\n' >>"$prefix/system.reg" # as Windows has it
 speak en_US
+for type in pdf docx png txt; do
+    show_type "$type"
+done
 
 title "Installing"
 tell "The DLL and its trace library go under the 64-bit program files, the manager and its" \
@@ -227,14 +272,98 @@ await "$desk/été (2).txt"
 cmp "$desk/été (2).txt" "$out/originals/été.txt" || fail "the recovered content differs"
 echo "   C:\\Papers\\été (2).txt holds what was encrypted; the edited file was not touched"
 
+title "Icons that tell what a file is"
+tell "Five files, one of each kind. The demo's CA is put among the trusted roots, as a company does" \
+    "with its own; one signed file is changed after signing. (Wine has no icons for documents, so" \
+    "the demo brings some.)"
+"$root/scripts/trust" "$prefix" "$authority"
+kinds=$prefix/drive_c/Kinds
+mkdir "$kinds"
+for name in 'Annual report.pdf' Contract.docx Holiday.png Salaries.txt Statement.pdf Minutes.txt \
+    Photo.png Plan.docx; do
+    printf 'What is in %s.\r\n' "$name" >"$kinds/$name"
+done
+invoke 0 'C:\Kinds\Annual report.pdf' 'C:\Kinds\Contract.docx' 'C:\Kinds\Statement.pdf' \
+    >>"$out/programs.log"
+invoke 1 'C:\Kinds\Holiday.png' >>"$out/programs.log"
+invoke 2 'C:\Kinds\Salaries.txt' >>"$out/programs.log"
+await "$kinds"/{'Annual report.pdf',Contract.docx,Holiday.png,Salaries.txt,Statement.pdf}.p7
+rm "$kinds"/{'Annual report.pdf',Contract.docx,Holiday.png,Salaries.txt,Statement.pdf}
+sed 's/What is in Contract/What was in Contrat/' "$kinds/Contract.docx.p7" >"$kinds/Contract.docx.p7m"
+rm "$kinds/Contract.docx.p7"
+mv "$kinds/Salaries.txt.p7" "$kinds/Salaries.txt.p7m"
+cp "$root/tests/data/corpus/osslcms-data.p7" "$kinds/Bundle.txt.p7m"
+sheet=()
+while IFS='|' read -r name kind; do
+    probe icon --large=256 --small=16 --png="$out/icon" "C:\\Kinds\\$name" >>"$out/programs.log"
+    printf '   %-22s %s\n' "$name" "$kind"
+    mv "$out/icon-large.png" "$out/icon-${#sheet[@]}.png"
+    rm "$out/icon-small.png"
+    sheet+=(-label "$kind" "$out/icon-${#sheet[@]}.png")
+done <<'KINDS'
+Annual report.pdf.p7|signed, valid
+Contract.docx.p7m|signed, changed since
+Holiday.png.p7|encrypted
+Salaries.txt.p7m|signed and encrypted
+Bundle.txt.p7m|something else
+KINDS
+montage "${sheet[@]}" -tile 5x1 -geometry 144x144+8+8 -background white -font Liberation-Sans \
+    -pointsize 13 "$out/5-icons.png"
+rm "$out"/icon-*.png
+printf '   [picture: build/demo/5-icons.png]\n'
+"$root/scripts/contact-sheet" "$out/6-overlays.png" "$bin/../generated/icons"
+printf '   [picture: build/demo/6-overlays.png, every overlay at every size]\n'
+
+title "Tips that name the signer"
+tell "Hovering over a signed file asks for this, in the user's language."
+for language in en_US fr_FR es_ES pl_PL; do
+    speak "$language"
+    probe tip 'C:\Kinds\Annual report.pdf.p7' | python3 -c 'import json, sys
+print("   " + sys.argv[1] + "   " + json.load(sys.stdin)["tip"].replace("\n", "\n           "))' "$language"
+done
+speak en_US
+
+title "A folder in a window"
+tell "shellprobe's window asks the handlers for all this as the explorer does: icons in three sizes" \
+    "of view, the tip under the mouse, the menu under its right button."
+open_window 'C:\Kinds'
+away
+for _ in "$kinds"/*; do
+    heard '"icon"'
+done
+wait_for_change
+point_at 'Statement.pdf.p7'
+heard '"tip"'
+wait_for_change
+picture 7-window-icons-tip
+away
+xdotool key ctrl+2
+heard '"mode":"small"'
+wait_for_change
+point_at 'Statement.pdf.p7'
+xdotool click 3
+heard '"menu"'
+wait_for_change
+picture 8-window-small-menu
+xdotool key Escape
+away
+xdotool key ctrl+3
+heard '"mode":"details"'
+point_at 'Statement.pdf.p7'
+heard '"tip"'
+wait_for_change
+picture 9-window-details-tip
+xdotool key alt+F4
+wait "$window_pid"
+
 title "What the user sees when the manager is missing"
 end_server "$prefix"
 manager="$prefix/drive_c/Program Files (x86)/Quorva/Tarnwell/bin/Corvane.exe"
 mv "$manager" "$manager.away"
-popup 5-choosing-sign "$one"
+popup 10-choosing-sign "$one"
 click 100 75
 wait_for_change
-picture 6-manager-missing +40+40
+picture 11-manager-missing +40+40
 xdotool key Return
 wait "$popup_pid" || true
 tell "The same, as data:"

@@ -5,14 +5,12 @@ What the pictures should show is put together here from the overlays' .ico files
 should say from the corpus's manifest, whose answers come from other programs."""
 
 import csv
-import hashlib
-import importlib.util
 import itertools
 import re
+import runpy
 import shutil
-import struct
+import subprocess
 import unittest
-import zlib
 from pathlib import Path
 
 from driver import (BUILD, DRIVE, assert_flat, openssl, probe, probe_all, texts, windows, wine)
@@ -20,6 +18,7 @@ from driver import (BUILD, DRIVE, assert_flat, openssl, probe, probe_all, texts,
 CORPUS = Path("tests/data/corpus")
 PAPERS = DRIVE / "Papers"
 OVERLAYS = BUILD.parent / "generated/icons"
+CONTACT_SHEET = runpy.run_path("scripts/contact-sheet")  # it reads the same pictures
 OK, PENDING, FAIL = "0x00000000", "0x8000000A", "0x80004005"
 
 # What is laid over the icon of the enclosed type, the topmost first. "valid" is made in setUpClass.
@@ -40,53 +39,18 @@ LANGUAGES = {  # the date of 2 January 2024 as the language's people write it
 }
 
 
-def icon_builder():
-    spec = importlib.util.spec_from_file_location("make_icon", "scripts/make-icon.py")
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
-    return module
+def pixels_of(rows):
+    """Rows of bytes as rows of pixels, each red, green, blue, straight alpha."""
+    return [[tuple(row[i:i + 4]) for i in range(0, len(row), 4)] for row in rows]
 
 
 def png_pixels(data):
-    """The rows of a PNG with straight alpha, each pixel red, green, blue, alpha."""
-    position, packed = 8, b""
-    while position < len(data):
-        length, kind = struct.unpack(">I4s", data[position:position + 8])
-        body = data[position + 8:position + 8 + length]
-        if kind == b"IHDR":
-            width, height, depth, color = struct.unpack(">IIBB", body[:10])
-            assert (depth, color) == (8, 6), "a picture without alpha"
-        elif kind == b"IDAT":
-            packed += body
-        position += length + 12
-    rows = icon_builder().unfiltered(zlib.decompress(packed), width, height, 4)
-    return [[tuple(row[i:i + 4]) for i in range(0, 4 * width, 4)] for row in rows]
+    return pixels_of(CONTACT_SHEET["MAKE_ICON"]["decoded"](data))
 
 
 def overlay_pixels(name, size):
-    """The image of that size in an overlay's .ico, as rows like those of png_pixels."""
-    data = (OVERLAYS / f"overlay_{name}.ico").read_bytes()
-    for i in range(struct.unpack_from("<H", data, 4)[0]):
-        width, *_, offset = struct.unpack_from("<BBBBHHII", data, 6 + 16 * i)
-        if width == size & 255:
-            if data[offset:].startswith(b"\x89PNG"):
-                return png_pixels(data[offset:])
-            start = offset + struct.unpack_from("<I", data, offset)[0]
-            rows = [[struct.unpack_from("BBBB", data, start + 4 * (size * y + x))
-                     for x in range(size)] for y in reversed(range(size))]
-            return [[(r, g, b, a) for b, g, r, a in row] for row in rows]
-    raise AssertionError(f"{name} has no image of {size}")
-
-
-def trust(certificate):
-    """Makes a root trusted, as Wine's store keeps it: from the next process on."""
-    der = certificate.with_suffix(".der")
-    openssl("x509", "-in", certificate, "-outform", "DER", "-out", der)
-    content = der.read_bytes()
-    blob = struct.pack("<III", 32, 1, len(content)) + content
-    key = (r"Software\Microsoft\SystemCertificates\Root\Certificates" + "\\"
-           + hashlib.sha1(content).hexdigest().upper())
-    change_registry({"HKEY_CURRENT_USER\\" + key: '"Blob"=hex:' + blob.hex(",")})
+    """The image of that size in an overlay's .ico."""
+    return pixels_of(CONTACT_SHEET["icon_images"](OVERLAYS / f"overlay_{name}.ico")[size])
 
 
 def change_registry(keys):
@@ -105,7 +69,7 @@ class Handlers(unittest.TestCase):
         ca, key = PAPERS / "ca.pem", PAPERS / "ca.key"
         openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Somebody's root",
                 "-days", "9", "-keyout", key, "-out", ca)
-        trust(ca)
+        subprocess.run(["scripts/trust", DRIVE.parent, ca], check=True)
         for name, (source, _) in KINDS.items():
             if source:
                 shutil.copy(CORPUS / source, PAPERS / name)

@@ -13,7 +13,6 @@ Where Wine's chains are not Windows':
 """
 import collections
 import datetime
-import hashlib
 import http.server
 import os
 import pathlib
@@ -150,18 +149,9 @@ def wine(*arguments) -> str:
 
 
 def install(store: str, certificate: pathlib.Path):
-    """Puts a certificate into a store of the user's: "Root", or "CA", where being known is all.
-
-    It counts from the next process on.
-    """
-    der = openssl("x509", "-in", certificate, "-outform", "DER")
-    blob = b"".join(number.to_bytes(4, "little") for number in (32, 1, len(der))) + der
-    script = certificate.parent / "trust.reg"
-    script.write_text(
-        "REGEDIT4\r\n[HKEY_CURRENT_USER\\Software\\Microsoft\\SystemCertificates\\"
-        f"{store}\\Certificates\\{hashlib.sha1(der).hexdigest().upper()}]\r\n"
-        f"\"Blob\"=hex:{blob.hex(',')}\r\n")
-    wine("regedit", "/S", script)
+    """Puts a certificate into a store of the user's: "Root", or "CA", where being known is all."""
+    subprocess.run([ROOT / "scripts/trust", os.environ["TARNWELL_WINEPREFIX"], certificate, store],
+                   check=True)
 
 
 class ValidityTest(unittest.TestCase):

@@ -216,7 +216,7 @@ void CExplorerWindow::Command(int id) {
 
 void CExplorerWindow::SetMode(EViewMode mode) {
     m_mode = mode;
-    m_tip->Hide();
+    m_tip->Forget();
     m_list->SetMode(mode);
     Arrange();
     InvalidateRect(m_window, nullptr, TRUE);
@@ -228,7 +228,7 @@ void CExplorerWindow::ShowFolder(bool isForced) {
     const bool isChanged = m_list->Show(ListFolder(m_folder));
     if (!isChanged && !isForced)
         return;
-    m_tip->Hide();
+    m_tip->Forget();
     ShowStatus();
     TellListed(*m_list, m_mode);
 }

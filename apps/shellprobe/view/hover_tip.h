@@ -27,6 +27,10 @@ public:
     /// Hide takes the tip away; the pointer has to leave the row before it is asked for again.
     void Hide();
 
+    /// Forget takes the tip away for rows that are no longer what they were: wherever the pointer
+    /// rests next is asked about.
+    void Forget();
+
 private:
     static LRESULT CALLBACK Watch(HWND list, UINT message, WPARAM word, LPARAM value, UINT_PTR id,
                                   DWORD_PTR self) noexcept;

@@ -57,8 +57,7 @@ LRESULT CALLBACK CHoverTip::Watch(HWND list, UINT message, WPARAM word, LPARAM v
             tip->Rested({GET_X_LPARAM(value), GET_Y_LPARAM(value)});
             return 0;
         case WM_MOUSELEAVE:
-            tip->Hide();
-            tip->m_row = -1;
+            tip->Forget();
             break;
         case WM_LBUTTONDOWN:
         case WM_RBUTTONDOWN:
@@ -113,6 +112,11 @@ void CHoverTip::Hide() {
     TTTOOLINFOW tool = ToolOf(m_list);
     SendMessageW(m_tip, TTM_TRACKACTIVATE, FALSE, reinterpret_cast<LPARAM>(&tool));
     m_isAsked = true;
+}
+
+void CHoverTip::Forget() {
+    Hide();
+    m_row = -1;
 }
 
 }  // namespace tarnwell::shellprobe

@@ -41,7 +41,7 @@ trap finish EXIT
 step=0
 title() {
     step=$((step + 1))
-    printf '\n%d. %s\n%s\n' "$step" "$1" "$(printf '%*s' $((${#1} + 3)) '' | tr ' ' '-')"
+    printf '\n%d. %s\n%s\n' "$step" "$1" "$(printf '%*s' $((${#step} + 2 + ${#1})) '' | tr ' ' '-')"
 }
 tell() { fmt -w 90 <<<"$*"; }
 fail() {
@@ -363,7 +363,7 @@ mv "$manager" "$manager.away"
 popup 10-choosing-sign "$one"
 click 100 75
 wait_for_change
-picture 11-manager-missing +40+40
+picture 11-manager-missing +61+61
 xdotool key Return
 wait "$popup_pid" || true
 tell "The same, as data:"

@@ -222,10 +222,12 @@ function(tarnwell_benches)
         set(libraries tarnwell_core tarnwell_crypto tarnwell_net tarnwell_lang
             benchmark::benchmark_main)
     endif()
+    add_custom_target(benches)
     foreach(source IN LISTS sources)
         get_filename_component(name ${source} NAME_WE)
         string(REGEX REPLACE "_win32$" "" name ${name})
         add_executable(${name} ${source})
+        add_dependencies(benches ${name})
         target_link_libraries(${name} PRIVATE ${libraries})
         if(WIN32)
             add_dependencies(${name} kestrix) # the texts that the tips are made of

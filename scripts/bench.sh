@@ -5,8 +5,8 @@ set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 cd "$root"
 
-"$root/scripts/build.sh" native "a minute from nothing"
-"$root/scripts/build.sh" windows "two minutes from nothing"
+"$root/scripts/build.sh" native "a minute from nothing" benches
+"$root/scripts/build.sh" windows "a minute from nothing" benches
 shopt -s nullglob
 programs=(build/native/bin/*_bench bench/*_bench.py)
 ((${#programs[@]} > 0)) || die "there is no benchmark (bench/<name>_bench.cpp)"

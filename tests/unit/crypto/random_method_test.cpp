@@ -117,7 +117,6 @@ TEST(RandomMethod, ItsOutputPassesAMonobitAndARunsTest) {
     EXPECT_LT(runs, 5.0);
     EXPECT_GT(Deviations(std::vector<unsigned char>(125'000, 0x55)).second, 5.0);
     EXPECT_GT(Deviations(std::vector<unsigned char>(125'000, 0x5D)).first, 5.0);
-    ReplaceRandomProvider(nullptr);
     RAND_set_rand_method(RAND_OpenSSL());
 }
 

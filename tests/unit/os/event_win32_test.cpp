@@ -16,7 +16,7 @@ using testing::SizeIs;
 struct Reported {
     WORD type, category;
     DWORD identifier;
-    std::vector<std::u16string> texts;
+    std::vector<std::wstring> texts;
 };
 std::vector<Reported> s_reported;
 std::u16string s_source;
@@ -31,10 +31,7 @@ EventLogSystem WatchedSystem() {
     system.report = [](HANDLE log, WORD type, WORD category, DWORD identifier, PSID user,
                        WORD count, DWORD bytes, const wchar_t** texts, void*) -> BOOL {
         EXPECT_TRUE(log == &s_closed && !user && bytes == 0);
-        Reported reported{type, category, identifier, {}};
-        for (WORD i = 0; i < count; ++i)
-            reported.texts.emplace_back(Units(texts[i]));
-        s_reported.push_back(reported);
+        s_reported.push_back({type, category, identifier, {texts, texts + count}});
         return FALSE;
     };
     system.close = [](HANDLE log) -> BOOL { return log == &s_closed && ++s_closed; };
@@ -61,7 +58,7 @@ TEST(WinEventLog, ReportsWhatTheEventCarriesUpToTheSystemsLimits) {
     EXPECT_EQ(s_reported[0].type, EVENTLOG_ERROR_TYPE);
     EXPECT_EQ(s_reported[0].category, 3);
     EXPECT_EQ(s_reported[0].identifier, event.identifier);
-    EXPECT_THAT(s_reported[0].texts, ElementsAre(u"first", u"4711", std::u16string(31'839, u'x')));
+    EXPECT_THAT(s_reported[0].texts, ElementsAre(L"first", L"4711", std::wstring(31'839, L'x')));
     EXPECT_EQ(s_reported[1].type, EVENTLOG_INFORMATION_TYPE);
     EXPECT_THAT(s_reported[1].texts, SizeIs(256));
 }

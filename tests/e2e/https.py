@@ -139,7 +139,11 @@ def hostile_cases(pki):
 
 
 def trust_cases(pki, folder):
-    """What Windows' chain engine says of servers, by what they show."""
+    """What the chain engine says of servers, by what they show.
+
+    These are Wine's answers; nobody has seen Windows' own here. Wine's policy by itself would pass
+    "foreign" and "under-unseen", whose chains have no root. It keeps a wrong answer for a revoked
+    certificate that it is asked about twice, so each is asked about once."""
     for name, trusted in (("under-installed", True), ("expired", False), ("elsewhere", False),
                           ("client", False), ("revoked", False), ("unlisted", False), ("foreign", False),
                           ("self", False), ("under-unseen", False), ("under-fallen", False)):

@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// ReadBody reads as many bytes as the rest of the head announces.
+/// ReadRequest reads the rest of the head and as many bytes of a body as it announces.
 ByteArray ReadRequest(CHttpConnection& client) {
     constexpr std::string_view kLength = "Content-Length: ";
     std::size_t budget = kMaxHeadBytes, length = 0;

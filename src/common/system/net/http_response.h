@@ -36,7 +36,8 @@ public:
     const ByteArray& Body() const noexcept { return m_body; }
     /// ReadAll reads until the server closes the connection and returns the body; a body that
     /// already holds anything is returned as it is. No transfer coding is undone and no length is
-    /// believed. Throws CHttpException "Unable to receive data: …".
+    /// believed: one that the server announces only sets memory aside, 128 MiB at most. Throws
+    /// CHttpException "Unable to receive data: …".
     const ByteArray& ReadAll();
     /// ReadAtLeast is ReadAll that stops as soon as the body holds `count` bytes or more.
     const ByteArray& ReadAtLeast(std::size_t count);

@@ -121,7 +121,7 @@ void CWorker::Protect(CPKCS7_TYPE action, const std::u16string& path) {
 
 std::u16string CWorker::Settle(const std::u16string& side, const std::u16string& goal) {
     for (unsigned n = 1; n <= kMaxNumber; ++n) {
-        const std::u16string candidate = NumberedPath(goal, n);
+        std::u16string candidate = NumberedPath(goal, n);
         const Move move = m_files.MoveNew(side, candidate);
         if (move == Move::kMoved)
             return candidate;
@@ -137,7 +137,7 @@ void CWorker::Recover(const std::u16string& path) {
 
     const std::u16string goal = RecoveredPath(path);
     for (unsigned n = 1; n <= kMaxNumber && m_files.IsFile(NumberedPath(goal, n)); ++n) {
-        const std::u16string candidate = NumberedPath(goal, n);
+        std::u16string candidate = NumberedPath(goal, n);
         if (Holds(candidate, content)) {
             Say("the content of " + Utf8(path) + " is already in " + Utf8(candidate));
             Open(candidate, trustworthy);

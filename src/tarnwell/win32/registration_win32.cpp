@@ -1,5 +1,7 @@
 #include "tarnwell/win32/registration.h"
 
+#include <ranges>
+
 #include "common/system/os/owners_win32.h"
 #include "tarnwell/win32/guard.h"
 #include "tarnwell/win32/module.h"
@@ -80,8 +82,8 @@ HRESULT WriteRows(HKEY root, std::span<const RegistrationRow> rows,
 }
 
 HRESULT RemoveRows(HKEY root, std::span<const RegistrationRow> rows) {
-    for (auto row = rows.rbegin(); row != rows.rend(); ++row)
-        if (const LSTATUS status = RemoveRow(root, *row); status != ERROR_SUCCESS)
+    for (const RegistrationRow& row : std::views::reverse(rows))
+        if (const LSTATUS status = RemoveRow(root, row); status != ERROR_SUCCESS)
             return ResultOf(status);
     return S_OK;
 }

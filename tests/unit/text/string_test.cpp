@@ -71,7 +71,7 @@ TYPED_TEST(CTStringTest, AStringTakesItselfAndItsPartsIn) {
     text.Append(text.AsView().substr(1, 2));
     auto& self = text;
     text = std::move(self);
-    text = self;
+    text = self;  // NOLINT(bugprone-use-after-move): that is the point
     EXPECT_EQ(text, TestFixture::Of("abcabcbcbc"));
 }
 

@@ -68,25 +68,23 @@ public:
     CTString& Append(View text) {
         if (text.empty())
             return *this;
-        const std::size_t length = Length();
-        if (HasRoomFor(text.size())) {
-            std::copy(text.begin(), text.end(), m_record->data + length);
+        if (Record* record = RecordWithRoomFor(text.size())) {
+            Write(*record, text);
         } else {
-            if (text.size() > kMaxLength - length)
+            if (text.size() > kMaxLength - Length())
                 throw std::length_error(kTooLong);
             // The text may be a part of this very string, whose old block is wiped below.
             const CTString keepAlive = Overlaps(text) ? *this : CTString();
-            Reserve(length + text.size());
-            std::copy(text.begin(), text.end(), m_record->data + length);
+            Reserve(Length() + text.size());
+            Write(*m_record, text);
         }
-        SetLength(length + text.size());
         return *this;
     }
     CTString& AppendUnit(Unit unit) {
-        if (!HasRoomFor(1))
+        Record* record = RecordWithRoomFor(1);
+        if (!record)
             return Append(View(&unit, 1));
-        m_record->data[m_record->length] = unit;
-        SetLength(m_record->length + 1);
+        Write(*record, View(&unit, 1));
         return *this;
     }
     /// AppendCodePoint writes the code point in the string's encoding (see Encode there).
@@ -140,9 +138,11 @@ private:
 
     static constexpr View ViewOf(const Unit* text) noexcept { return text ? View(text) : View(); }
 
-    bool HasRoomFor(std::size_t units) const noexcept {
-        return m_record && m_record->references == 1 &&
-               units <= m_record->capacity - m_record->length;
+    /// RecordWithRoomFor gives the record if it is this string's alone and holds `units` more.
+    Record* RecordWithRoomFor(std::size_t units) const noexcept {
+        const bool hasRoom =
+            m_record && m_record->references == 1 && units <= m_record->capacity - m_record->length;
+        return hasRoom ? m_record : nullptr;
     }
 
     bool Overlaps(View text) const noexcept {
@@ -150,9 +150,15 @@ private:
                !std::less<>()(m_record->data + m_record->capacity, text.data());
     }
 
-    void SetLength(std::size_t length) noexcept {
-        m_record->length = length;
-        m_record->data[length] = kTerminator;
+    /// Write puts the text behind what the record holds, which has room for it.
+    static void Write(Record& record, View text) noexcept {
+        std::copy(text.begin(), text.end(), record.data + record.length);
+        SetLength(record, record.length + text.size());
+    }
+
+    static void SetLength(Record& record, std::size_t length) noexcept {
+        record.length = length;
+        record.data[length] = kTerminator;
     }
 
     /// Rebuild moves to a record of one's own that holds at least `needed` units.
@@ -174,7 +180,7 @@ private:
             Release();
             m_record = record;
         }
-        SetLength(length);
+        SetLength(*m_record, length);
     }
 
     static Unit* AllocateUnits(std::size_t count) {

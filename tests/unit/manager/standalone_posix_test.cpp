@@ -27,7 +27,11 @@ std::string Talk(std::uint16_t port, const std::string& request) {
 TEST(Standalone, AnswersAndDoesNothing) {
     const std::string start = "GET /dyn/tarnwell_init?action=SIGN&files=C%3A%5Ca";
     const std::string rest = " HTTP/1.0\r\nOrigin: tarnwell.localhost\r\nHost: 127.0.0.1\r\n\r\n";
-    const std::tuple<std::string, ExitStatus, const char*> cases[] = {
+    const struct {
+        std::string request;
+        ExitStatus status;
+        const char* beginning;
+    } cases[] = {
         {"POST /dyn/tarnwell_init" + rest + std::string(9000, 'x'), ExitStatus::kRefused,
          "HTTP/1.1 405 Method Not Allowed\r\n"},
         {start, ExitStatus::kRefused, "HTTP/1.1 408 Request Timeout\r\n"},
@@ -39,19 +43,19 @@ TEST(Standalone, AnswersAndDoesNothing) {
     std::string said;
     const CLog log(1, [&](std::string_view line) { said += line; });
     CFiles files;
-    for (const auto& [request, status, beginning] : cases) {
-        options.idle = std::chrono::seconds(request.find(rest) == request.npos ? 2 : 20);
+    for (const auto& row : cases) {
+        options.idle = std::chrono::seconds(row.request.find(rest) == row.request.npos ? 2 : 20);
         std::future<std::string> answer;
         const auto announce = [&](std::uint16_t port) {
-            answer = std::async(std::launch::async, [&request = request, port] {
+            answer = std::async(std::launch::async, [&row, port] {
                 Talk(port, "");  // a scanner that comes first and says nothing
-                return Talk(port, request);
+                return Talk(port, row.request);
             });
             return true;
         };
-        EXPECT_EQ(RunStandalone(options, announce, files, log, Opener()), status);
+        EXPECT_EQ(RunStandalone(options, announce, files, log, Opener()), row.status);
         const std::string text = answer.get();
-        EXPECT_THAT(text, testing::StartsWith(beginning));
+        EXPECT_THAT(text, testing::StartsWith(row.beginning));
         EXPECT_EQ(text.find("Access-Control"), text.npos) << "a page may read it";
     }
     EXPECT_THAT(said, testing::HasSubstr("connected and sent nothing"));

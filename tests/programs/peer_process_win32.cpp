@@ -27,8 +27,8 @@ namespace {
 DWORD s_hang = 0;
 
 void SayReady() {
-    std::printf("%lu\n", GetCurrentProcessId());
-    std::fflush(stdout);
+    (void)std::printf("%lu\n", GetCurrentProcessId());
+    (void)std::fflush(stdout);
 }
 
 LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM word, LPARAM data) {
@@ -36,8 +36,8 @@ LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM word, LPARAM data) 
         return DefWindowProcW(window, message, word, data);
     const auto& copied = *reinterpret_cast<const COPYDATASTRUCT*>(data);
     Sleep(s_hang);
-    std::printf("%llu %lu %llu %.*s\n", copied.dwData, copied.cbData, word,
-                static_cast<int>(copied.cbData), static_cast<const char*>(copied.lpData));
+    (void)std::printf("%llu %lu %llu %.*s\n", copied.dwData, copied.cbData, word,
+                      static_cast<int>(copied.cbData), static_cast<const char*>(copied.lpData));
     PostQuitMessage(0);
     return TRUE;
 }
@@ -61,8 +61,8 @@ int ShowWindowOfTheManager() {
 int ConnectTo(const char* port) {
     StartSockets();
     const CUniqueSocket socket(OpenSocket());
-    if (!ConnectSocket(socket.Get(),
-                       {*ResolveHost("127.0.0.1"), static_cast<std::uint16_t>(std::atoi(port))}))
+    if (!ConnectSocket(socket.Get(), {*ResolveHost("127.0.0.1"),
+                                      static_cast<std::uint16_t>(std::strtoul(port, nullptr, 10))}))
         return 3;
     SayReady();
     char byte = 0;
@@ -87,7 +87,7 @@ int Hold(const char* name, bool dies) {
 int main(int count, char** arguments) {
     const std::string_view command = count > 1 ? arguments[1] : "";
     if (count > 2)
-        s_hang = static_cast<DWORD>(std::atoi(arguments[2]));
+        s_hang = std::strtoul(arguments[2], nullptr, 10);
     if (command == "window")
         return ShowWindowOfTheManager();
     if (command == "connect" && count > 2)
@@ -96,6 +96,6 @@ int main(int count, char** arguments) {
         return Hold(arguments[2], count > 3);
     if (command != "name")
         return 2;
-    std::printf("%s\n", Utf8FromUtf16(GetHostApplicationName()).CStr());
+    (void)std::printf("%s\n", Utf8FromUtf16(GetHostApplicationName()).CStr());
     return 0;
 }

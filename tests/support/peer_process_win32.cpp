@@ -14,7 +14,7 @@ std::filesystem::path PeerProgram() {
 }
 
 CPeerProcess::CPeerProcess(const std::string& arguments, const std::filesystem::path& program)
-    // The command interpreter takes the outermost quotes away.
+    // The command interpreter takes the outermost quotes away. NOLINTNEXTLINE(cert-env33-c)
     : m_output(_popen(("\"\"" + program.string() + "\" " + arguments + "\"").c_str(), "r")) {
     if (!m_output)
         throw std::runtime_error("cannot start " + program.string());

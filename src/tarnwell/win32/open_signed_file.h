@@ -21,6 +21,6 @@ std::intptr_t OpenWithShell(const CUTF16String& file);
 /// its last "." (replacing a file of that name; a path without "." writes nothing) and opens it
 /// with `open`. The signature is not judged. Returns kResultDone, kResultRecoverFailed,
 /// kResultOpenFailed, or kResultFailed for a file of another type and for every exception.
-ResultCode OpenSignedFile(CUTF16String path, ShellOpener open = &OpenWithShell) noexcept;
+ResultCode OpenSignedFile(const CUTF16String& path, ShellOpener open = &OpenWithShell) noexcept;
 
 }  // namespace tarnwell

@@ -42,7 +42,7 @@ std::intptr_t OpenWithShell(const CUTF16String& file) {
         ShellExecuteW(nullptr, L"open", Wide(file), nullptr, nullptr, SW_SHOW));
 }
 
-ResultCode OpenSignedFile(CUTF16String path, ShellOpener open) noexcept {
+ResultCode OpenSignedFile(const CUTF16String& path, ShellOpener open) noexcept {
     // The caller's box is the whole message: what went wrong inside is not told apart.
     try {
         StartOpenSsl();

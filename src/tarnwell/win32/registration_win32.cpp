@@ -1,7 +1,5 @@
 #include "tarnwell/win32/registration.h"
 
-#include <ranges>
-
 #include "common/system/os/owners_win32.h"
 #include "tarnwell/win32/guard.h"
 #include "tarnwell/win32/module.h"
@@ -82,8 +80,8 @@ HRESULT WriteRows(HKEY root, std::span<const RegistrationRow> rows,
 }
 
 HRESULT RemoveRows(HKEY root, std::span<const RegistrationRow> rows) {
-    for (const RegistrationRow& row : std::views::reverse(rows))
-        if (const LSTATUS status = RemoveRow(root, row); status != ERROR_SUCCESS)
+    for (std::size_t i = rows.size(); i-- > 0;)
+        if (const LSTATUS status = RemoveRow(root, rows[i]); status != ERROR_SUCCESS)
             return ResultOf(status);
     return S_OK;
 }

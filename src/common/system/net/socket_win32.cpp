@@ -24,7 +24,7 @@ bool Start() noexcept {
     // called, and it would run at every unload instead of at the process's end. There the system
     // takes the library down with the process; a reload costs one more count and no handle.
     if (IsInProgram())
-        std::atexit([] { WSACleanup(); });
+        (void)std::atexit([] { WSACleanup(); });
     return true;
 }
 

@@ -37,7 +37,8 @@ std::wstring LibraryPath() {
     const std::size_t folder = path.find_last_of(L'\\');
     if (folder == std::wstring::npos)
         return {};
-    path.replace(folder, std::wstring::npos, L"\\zelLog.dll");
+    path.resize(folder);
+    path += L"\\zelLog.dll";
     return path;
 }
 

@@ -1,7 +1,7 @@
 # The front door: "make" alone says what there is. The work is done by the scripts.
 
 .DEFAULT_GOAL := help
-.PHONY: help demo test p7tool bench fuzz lint coverage clean
+.PHONY: help demo test p7tool package bench fuzz lint coverage clean
 .NOTPARALLEL:
 
 FUZZ_SECONDS ?= 60
@@ -26,6 +26,11 @@ p7tool: ## the command-line tool for Linux, build/native/bin/p7tool (a minute)
 	@scripts/setup.sh native
 	@scripts/build.sh native "a minute from nothing" p7tool
 	@echo 'build/native/bin/p7tool is ready; build/native/bin/p7tool --help tells more.'
+
+package: ## the installer for Windows, into build/package (a minute when built; see scripts/package.sh --help)
+	@scripts/setup.sh mingw package
+	@scripts/build.sh windows "2 minutes from nothing" programs
+	@SIGN_CERT='$(SIGN_CERT)' SIGN_KEY='$(SIGN_KEY)' SIGN_TIMESTAMP='$(SIGN_TIMESTAMP)' scripts/package.sh
 
 bench: ## the speed figures, on this machine (some minutes; wants it quiet)
 	@scripts/setup.sh mingw native bench

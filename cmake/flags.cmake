@@ -22,9 +22,10 @@ target_link_options(tarnwell_flags INTERFACE $<$<CONFIG:Release>:-Wl,--gc-sectio
 if(WIN32)
     target_compile_definitions(tarnwell_flags INTERFACE
         _WIN32_WINNT=0x0A00 NOMINMAX WIN32_LEAN_AND_MEAN UNICODE _UNICODE)
-    # Address randomisation over the whole 64-bit space, and no code in data pages.
+    # Address randomisation over the whole 64-bit space, no code in data pages; and no time of the
+    # build, so that the same sources give the same bytes.
     target_link_options(tarnwell_flags INTERFACE
-        -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va)
+        -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va -Wl,--no-insert-timestamp)
     target_link_libraries(tarnwell_flags INTERFACE
         ole32 oleaut32 uuid shell32 shlwapi advapi32 user32 gdi32 comctl32 windowscodecs
         ws2_32 iphlpapi crypt32 bcrypt version)

@@ -66,12 +66,13 @@ function(tarnwell_dll name)
     target_link_libraries(${name} PRIVATE $<LINK_LIBRARY:WHOLE_ARCHIVE,tarnwell_${arg_ROOM}>)
 endfunction()
 
-# tarnwell_app(<app> [OUTPUT <name>] [WINDOWS_ONLY] [LINKS <target>...]): the program apps/<app>. All
-# but main*.cpp is the static library app_<app>, which its unit tests link too. A program with a
-# wide entry (wmain, wWinMain) is linked for it; wWinMain makes it a program without console.
+# tarnwell_app(<app> [OUTPUT <name>] [DESCRIPTION <text>] [WINDOWS_ONLY] [LINKS <target>...]): the program
+# apps/<app>. All but main*.cpp is the static library app_<app>, which its unit tests link too. A program with a
+# wide entry (wmain, wWinMain) is linked for it; wWinMain makes it a program without console. One
+# without resources of its own gets those of cmake/program.rc.in, with the DESCRIPTION.
 # What an app builds besides stands in apps/<app>/build.cmake.
 function(tarnwell_app app)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "WINDOWS_ONLY" "OUTPUT" "LINKS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "WINDOWS_ONLY" "OUTPUT;DESCRIPTION" "LINKS")
     if(TARNWELL_FUZZ OR (arg_WINDOWS_ONLY AND NOT WIN32))
         return()
     endif()
@@ -99,6 +100,12 @@ function(tarnwell_app app)
     if(WIN32)
         file(GLOB resources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/apps/${app}/*.rc
             ${PROJECT_SOURCE_DIR}/apps/${app}/resources/*.rc)
+        if(NOT resources)
+            set(resources ${PROJECT_BINARY_DIR}/generated/${app}.rc)
+            configure_file(${PROJECT_SOURCE_DIR}/cmake/program.rc.in ${resources} @ONLY)
+        endif()
+        set_source_files_properties(${resources} PROPERTIES OBJECT_DEPENDS
+            ${PROJECT_BINARY_DIR}/generated/version.h)
         target_sources(${app} PRIVATE ${resources})
         file(STRINGS ${entry} wide REGEX "[ \t](wmain|wWinMain)\\(")
         if(wide)

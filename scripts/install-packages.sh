@@ -4,8 +4,8 @@
 #   scripts/install-packages.sh [SET...]
 #
 # SET is native (builds for Linux; the default), windows (builds for Windows, Wine), test (the peers
-# that the tests talk to), demo (a virtual screen and a camera), bench, fuzz, lint or coverage. When
-# all of them is there already, neither the network nor any right is needed. sudo is used only by a
+# that the tests talk to), demo (a virtual screen and a camera), bench, fuzz, lint, coverage or package.
+# When all of them is there already, neither the network nor any right is needed. sudo is used only by a
 # user other than root.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
@@ -25,6 +25,7 @@ declare -A packages=(
     [fuzz]="clang-14 libclang-rt-14-dev"
     [lint]="clang-format clang-tidy shellcheck"
     [coverage]="gcovr"
+    [package]="wixl msitools osslsigncode"
 )
 
 case ${1-} in

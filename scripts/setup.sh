@@ -4,7 +4,7 @@
 #   scripts/setup.sh WHAT...
 #
 # WHAT is mingw (all that the Windows builds need), native or fuzz (likewise), or one of the sets of
-# packages test, demo, bench, lint and coverage.
+# packages test, demo, bench, lint, coverage and package.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
@@ -14,7 +14,7 @@ for what; do
     mingw) libraries+=(mingw) sets+=(windows) prefix=1 ;;
     native) libraries+=(native) ;;
     fuzz) libraries+=(fuzz) sets+=(fuzz) ;;
-    test | demo | bench | lint | coverage) sets+=("$what") ;;
+    test | demo | bench | lint | coverage | package) sets+=("$what") ;;
     *) die "there is nothing called \"$what\" to prepare" ;;
     esac
 done

@@ -52,7 +52,7 @@ tests() {
     fi
 }
 
-scripts/setup.sh mingw native test demo || exit
+scripts/setup.sh mingw native test demo package || exit
 
 one "build of native-asan" scripts/build.sh native-asan "seconds when built, 3 minutes from nothing"
 tests native-asan "Native tests with address, leak and undefined-behaviour checks (about 20 s)"

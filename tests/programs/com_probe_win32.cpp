@@ -1,15 +1,17 @@
 // A COM client for tests, which knows a server only by its file and its class identifiers:
 //
-//   com_probe FILE {CLASS}...
+//   com_probe FILE [hold] {CLASS}...
 //
 // makes an object of each class through COM and lets it go. It prints a line a class, and exits
-// with 1 if the server's DLL does not unload in the end.
+// with 1 if the server's DLL does not unload in the end. With "hold" it says "holding" once it has
+// the object, and keeps it until standard input ends.
 
 #include <windows.h>
 // Windows' COM headers need windows.h before them.
 #include <objbase.h>
 
 #include <cstdio>
+#include <cwchar>
 
 namespace {
 
@@ -20,7 +22,7 @@ const char* State(const wchar_t* server) {
 
 /// Create tells what COM says to making and using one object, and whether `server` stays loaded
 /// exactly as long as the object lives.
-void Create(const wchar_t* server, const wchar_t* classText) {
+void Create(const wchar_t* server, const wchar_t* classText, bool hold) {
     CLSID classId{};
     IUnknown* object = nullptr;
     HRESULT result = CLSIDFromString(classText, &classId);
@@ -29,6 +31,12 @@ void Create(const wchar_t* server, const wchar_t* classText) {
                                   reinterpret_cast<void**>(&object));
     std::printf("%ls 0x%08lX", classText, static_cast<unsigned long>(result));
     if (object) {
+        if (hold) {
+            std::printf(" holding\n");
+            std::fflush(stdout);
+            while (std::getchar() != EOF) {
+            }
+        }
         std::printf(" held:%s", State(server));
         object->Release();
     }
@@ -42,8 +50,9 @@ int wmain(int argc, wchar_t** argv) {
         return 2;
     if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
         return 3;
-    for (int i = 2; i < argc; ++i)
-        Create(argv[1], argv[i]);
+    const bool hold = std::wcscmp(argv[2], L"hold") == 0;
+    for (int i = hold ? 3 : 2; i < argc; ++i)
+        Create(argv[1], argv[i], hold);
     const bool left = GetModuleHandleW(argv[1]) != nullptr;
     CoUninitialize();
     return left ? 1 : 0;

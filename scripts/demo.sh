@@ -128,13 +128,12 @@ open_window() {
     window_pid=$!
     heard '"view":"ready"'
 }
-# heard TEXT: waits (20 s) for the window's next line that holds the text, and gives it.
+# heard TEXT: waits (20 s) for the window's next line that holds the text.
 heard() {
     local tries line
     for ((tries = 0; tries < 200; tries++)); do
         if line=$(tail -n "+$((said + 1))" "$out/window.log" | grep -nF -m 1 -- "$1"); then
             said=$((said + ${line%%:*}))
-            heard=${line#*:}
             return
         fi
         sleep 0.1

@@ -20,7 +20,7 @@
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
-bin=$root/build/windows/bin out=$root/build/package version= check=
+bin=$root/build/windows/bin out=$root/build/package version='' check=''
 while (($# > 0)); do
     case $1 in
     --bin) bin=$(realpath "$2") && shift 2 ;;

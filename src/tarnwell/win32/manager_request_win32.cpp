@@ -4,10 +4,10 @@
 #include <memory>
 
 #include "common/system/net/http_request.h"
+#include "common/system/os/child_process_win32.h"
 #include "common/system/text/convert.h"
 #include "common/system/trace/trace.h"
 #include "tarnwell/core/manager_address.h"
-#include "tarnwell/win32/child_process.h"
 
 namespace tarnwell {
 namespace {

@@ -1,9 +1,7 @@
-#include "tarnwell/win32/child_process.h"
+#include "common/system/os/child_process_win32.h"
 
 #include <cstddef>
 #include <vector>
-
-#include "common/system/os/owners_win32.h"
 
 namespace tarnwell {
 namespace {
@@ -41,10 +39,10 @@ private:
 
 }  // namespace
 
-bool StartWithOutput(const CUTF16String& commandLine, HANDLE output) {
+CUniqueHandle StartWithOutput(const CUTF16String& commandLine, HANDLE output) {
     COnlyHandle inherited(output);
     if (!inherited.IsReady())
-        return false;
+        return {};
     STARTUPINFOEXW startup{};
     startup.StartupInfo.cb = sizeof startup;
     startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
@@ -57,10 +55,9 @@ bool StartWithOutput(const CUTF16String& commandLine, HANDLE output) {
     PROCESS_INFORMATION started{};
     if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, EXTENDED_STARTUPINFO_PRESENT,
                         nullptr, nullptr, &startup.StartupInfo, &started))
-        return false;
+        return {};
     CloseHandle(started.hThread);
-    CloseHandle(started.hProcess);
-    return true;
+    return CUniqueHandle(started.hProcess);
 }
 
 }  // namespace tarnwell

@@ -9,6 +9,7 @@
 // Nothing throws out of these calls, and nothing is cached between objects. An object belongs to
 // the one call that made it.
 
+#include <string>
 #include <string_view>
 
 #include "common/system/json/js_value.h"
@@ -47,6 +48,11 @@ private:
     const char* m_language;
     CJSValueOwner m_root;
 };
+
+/// PreferredLanguages gives the names of the thread's preferred user-interface languages, in the
+/// system's order, as ChooseLanguage takes them; "" where the system does not tell. Windows builds
+/// only.
+std::u16string PreferredLanguages();
 
 /// ArchivePath is where the manager's resource archive is installed. Windows builds only.
 CUTF16String ArchivePath();

@@ -6,10 +6,8 @@
 #include "common/system/trace/trace.h"
 
 namespace tarnwell {
-namespace {
 
-/// PreferredLanguages is the thread's list, each name ended by a zero unit; "" on failure.
-std::wstring PreferredLanguages() {
+std::u16string PreferredLanguages() {
     ULONG count = 0;
     ULONG length = 0;
     if (!GetThreadPreferredUILanguages(MUI_LANGUAGE_NAME, &count, nullptr, &length))
@@ -17,20 +15,18 @@ std::wstring PreferredLanguages() {
     std::wstring names(length, L'\0');
     if (!GetThreadPreferredUILanguages(MUI_LANGUAGE_NAME, &count, names.data(), &length))
         return {};
-    return names;
+    return {names.begin(), names.end()};
 }
-
-}  // namespace
 
 void Lang::Auto_set_local_language() noexcept {
     const CTraceScope scope("Lang::Auto_set_local_language");
-    std::wstring names;
+    std::u16string names;
     try {
         names = PreferredLanguages();
     } catch (const std::exception&) {
         // The fallback language needs no list.
     }
-    UseLanguages({Units(names.data()), names.size()});
+    UseLanguages(names);
 }
 
 bool Lang::Auto_extract_Resource_File() noexcept {

@@ -25,6 +25,7 @@ constexpr CommandName kCommands[] = {
     {"tip", ECommand::kTip, " --through-shell ", ""},
     {"stress", ECommand::kStress, " --rounds --only --large --small ", "--rounds=N"},
     {"view", ECommand::kView, " --mode ", ""},
+    {"doctor", ECommand::kDoctor, " --json --wait ", ""},
 };
 
 std::string Utf8(const CUTF16String& text) {
@@ -95,6 +96,7 @@ constexpr NumberOption kNumbers[] = {
     {"--offset", &Arguments::offset, 0xFFFF},
     {"--large", &Arguments::largeSize, 0xFFFF},
     {"--small", &Arguments::smallSize, 0xFFFF},
+    {"--wait", &Arguments::wait, 3600},
     {"--rounds", &Arguments::rounds, 100'000'000},
     {"--answer-after", &Arguments::answerAfter, 600'000},
 };
@@ -124,6 +126,8 @@ const CommandName& FindCommand(const std::string& name) {
 bool* FlagOf(Arguments& arguments, std::string_view name) {
     if (name == "--async")
         return &arguments.isAsync;
+    if (name == "--json")
+        return &arguments.isJson;
     return name == "--through-shell" ? &arguments.isThroughShell : nullptr;
 }
 
@@ -135,7 +139,9 @@ void CheckComplete(const CommandName& command, const std::vector<std::string>& g
         throw EUsage(name + " needs " + std::string(command.needed));
     if (command.command == ECommand::kView && files != 1)
         throw EUsage(name + " needs one folder");
-    if (files == 0)
+    if (command.command == ECommand::kDoctor && files != 0)
+        throw EUsage(name + " takes no files");
+    if (files == 0 && command.command != ECommand::kDoctor)
         throw EUsage(name + " needs at least one file");
 }
 

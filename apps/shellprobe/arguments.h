@@ -12,7 +12,18 @@
 
 namespace tarnwell::shellprobe {
 
-enum class ECommand { kMenu, kInvoke, kPopup, kIcon, kTip, kStress, kView, kHelp, kVersion };
+enum class ECommand {
+    kMenu,
+    kInvoke,
+    kPopup,
+    kIcon,
+    kTip,
+    kStress,
+    kView,
+    kDoctor,
+    kHelp,
+    kVersion
+};
 enum class EHandler { kMenu, kIcon, kTip };
 enum class EViewMode { kLarge, kSmall, kDetails };
 
@@ -33,7 +44,9 @@ struct Arguments {
     std::uint32_t rounds = 0;
     std::optional<EHandler> only;  ///< to stress; all without it
     EViewMode mode = EViewMode::kLarge;
-    std::vector<CUTF16String> files;  ///< at least one; exactly one folder for kView
+    bool isJson = false;              ///< a report as JSON instead of text
+    std::uint32_t wait = 20;          ///< seconds for each thing that the manager is asked
+    std::vector<CUTF16String> files;  ///< at least one; one folder for kView, none for kDoctor
 };
 
 /// A wrong command line; what() says what is wrong and what to write instead.

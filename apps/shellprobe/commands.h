@@ -2,7 +2,8 @@
 
 // The probe's commands. Each prints its JSON and returns the exit status; COM must be initialised
 // on the thread. They throw ENoHandler where a handler cannot be had or refuses its work. A command
-// stands in a file of its own, <name>_command_win32.cpp.
+// stands in a file of its own, <name>_command_win32.cpp. Doctor throws nothing: what cannot be had
+// is a line of its report.
 
 #include "shellprobe/arguments.h"
 
@@ -18,5 +19,6 @@ int RunIcon(const Arguments& arguments);
 int RunTip(const Arguments& arguments);
 int RunStress(const Arguments& arguments);
 int RunView(const Arguments& arguments);
+int RunDoctor(const Arguments& arguments);
 
 }  // namespace tarnwell::shellprobe

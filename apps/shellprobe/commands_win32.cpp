@@ -22,6 +22,8 @@ int Run(const Arguments& arguments) {
             return RunStress(arguments);
         case ECommand::kView:
             return RunView(arguments);
+        case ECommand::kDoctor:
+            return RunDoctor(arguments);
         case ECommand::kVersion:
             (void)std::printf("shellprobe %s\n", TARNWELL_VERSION_TEXT);
             return 0;

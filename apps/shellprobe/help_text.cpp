@@ -32,12 +32,18 @@ drives them through COM for the files it is given.
       handlers give them, until it is closed. Ctrl+1, Ctrl+2 and Ctrl+3 change the mode, F5
       asks for every icon anew. What is shown and done is told as it happens, one line of JSON
       each, with the places on the screen of files ("listed") and menu items ("menu")
+  shellprobe doctor [--json] [--wait=20]
+      tells whether the installation works for this user, and what to do where it does not: a line
+      a check, OK, WARN or FAIL, with --json as one object each. The manager is started and asked
+      for a page that it does not have; it gets --wait seconds to tell its port and as many to
+      answer, and is ended where it does not
   shellprobe --help | --version
 
 For a menu, files that lie in one folder are handed over by the system's own data object, others by
-one made here. Standard output carries JSON in UTF-8 and nothing else.
+one made here. Standard output carries JSON in UTF-8 and nothing else, but for doctor's lines.
 Exit status: 0 if the handler answered with success, 1 if it failed or could not be had, 2 for a
-wrong command line. A stress fails only where a handler cannot be had.
+wrong command line. A stress fails only where a handler cannot be had. Doctor's is 0 if all is OK, 1
+if the worst line is a WARN, 2 if it is a FAIL; after a wrong command line there are no lines.
 )";
 }
 

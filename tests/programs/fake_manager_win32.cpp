@@ -61,6 +61,8 @@ int main(int argc, char** argv) {
     const std::string_view behaviour = chosen;
     if (behaviour == "silent")
         return 0;
+    if (behaviour == "writes nothing")
+        Sleep(INFINITE);
     SOCKET listener = INVALID_SOCKET;
     const std::string port = Listen(listener);
     if (behaviour == "two pieces") {
@@ -71,6 +73,9 @@ int main(int argc, char** argv) {
         Write(port + "\r\n");
     } else if (behaviour == "twelve digits") {
         Write("999999999999");
+    } else if (behaviour == "answers nothing") {
+        Write(port);
+        Sleep(INFINITE);
     } else if (behaviour == "gone") {
         closesocket(listener);  // the port is free again before anybody learns of it
         Write(port);

@@ -29,6 +29,9 @@ TEST(Arguments, OptionsStandAnywhereBehindTheCommandUpToTwoDashes) {
     const Arguments stress = ParseArguments({u"stress", u"--only=icon", u"--rounds=3", u"a", u"b"});
     EXPECT_EQ(stress.only, EHandler::kIcon);
     EXPECT_EQ(ParseArguments({u"view", u"--mode=details", u"a"}).mode, EViewMode::kDetails);
+    const Arguments doctor = ParseArguments({u"doctor", u"--json", u"--wait=0"});
+    EXPECT_TRUE(doctor.isJson);
+    EXPECT_EQ(doctor.wait, 0U);
     EXPECT_EQ(ParseArguments({u"invoke", u"-h"}).command, ECommand::kHelp);
 }
 
@@ -50,6 +53,7 @@ TEST(Arguments, AWrongCommandLineIsNamed) {
         {{u"tip", u"--png=x", u"a"}, "tip has no option \"--png\""},
         {{u"stress", u"--rounds=1", u"--only=icons", u"a"}, "one of menu, icon, tip"},
         {{u"view", u"a", u"b"}, "view needs one folder"},
+        {{u"doctor", u"a"}, "doctor takes no files"},
         {{u"popup", u"--at=1,2,3", u"a"}, "--at needs a point"},
     };
     for (const auto& test : kCases) {

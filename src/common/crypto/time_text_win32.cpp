@@ -39,8 +39,9 @@ CISOString LocalTimeText(std::int64_t seconds, const char* locale) {
     constexpr int kRoom = std::size(text);
     // Both lengths count the terminating zero.
     const int date = GetDateFormatEx(place, 0, &when, nullptr, text, kRoom, nullptr);
-    const int time =
-        date > 0 ? GetTimeFormatEx(place, 0, &when, nullptr, text + date, kRoom - date) : 0;
+    if (date <= 0 || date == kRoom)  // without room the next call would only count
+        return CISOString();
+    const int time = GetTimeFormatEx(place, 0, &when, nullptr, text + date, kRoom - date);
     if (time <= 0)
         return CISOString();
     text[date - 1] = L' ';

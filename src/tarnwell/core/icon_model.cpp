@@ -45,19 +45,4 @@ IconLocation ParseIconLocation(std::u16string_view text) noexcept {
     return {Unwrapped(text.substr(0, comma)), NumberAt(Unwrapped(text.substr(comma + 1)))};
 }
 
-std::optional<std::uint16_t> TypeOverlay(std::uint32_t type) noexcept {
-    switch (type) {
-        case 0:
-            return 210;  // signed
-        case 1:
-            return 211;  // encrypted
-        case 2:
-            return 212;  // signed and encrypted
-        case 4:
-            return 218;  // anything else
-        default:
-            return std::nullopt;
-    }
-}
-
 }  // namespace tarnwell

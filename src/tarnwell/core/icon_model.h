@@ -1,11 +1,10 @@
 #pragma once
 
-// What the icon handler decides, as data: which type the enclosed file has by its name, where an
-// icon lies by the text that a type registers, which overlay a kind of content gets. Paths and
-// registered texts come from anybody. Pure; any thread may call.
+// What the icon handler reads from texts: which type the enclosed file has by its name, where an
+// icon lies by what a type registers. Paths and registered texts come from anybody. Pure; any
+// thread may call.
 
 #include <cstdint>
-#include <optional>
 #include <string_view>
 
 namespace tarnwell {
@@ -25,9 +24,5 @@ struct IconLocation {
 /// ParseIconLocation reads "file" or "file,index"; the last comma counts. An index is read as far
 /// as it is a number, so that text is 0, and one that is too large becomes the largest.
 IconLocation ParseIconLocation(std::u16string_view text) noexcept;
-
-/// TypeOverlay gives the icon resource that marks a PKCS#7 content type, by the type's number;
-/// nothing for a number that no file has.
-std::optional<std::uint16_t> TypeOverlay(std::uint32_t type) noexcept;
 
 }  // namespace tarnwell

@@ -1,11 +1,12 @@
 #pragma once
 
 // One icon as editable 32-bit pixels, and the overlays that mark icons. An object owns its bitmaps
-// and pixels and belongs to one thread, or is const; the overlays belong to the module, are shared
-// by all threads and deleted when the module is unloaded. Nothing here throws: what fails is an
+// and pixels and belongs to one thread, or is const; the overlays are shared by all threads, and
+// the module holds those asked for last until it is unloaded. Nothing here throws: what fails is an
 // empty object or a null icon, and the caller keeps the icon it had.
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "common/system/os/owners_win32.h"
@@ -34,8 +35,10 @@ public:
     void Init(HICON icon) noexcept;
 
     /// GetOverlay gives the module's icon resource `resourceId` at `size` × `size` pixels, empty
-    /// if it cannot be loaded. It is the module's and lasts until the module is unloaded.
-    static const CAlphaIcon& GetOverlay(std::uint16_t resourceId, std::uint32_t size) noexcept;
+    /// if it cannot be loaded; never null. It is shared with whoever asks for the same, and must
+    /// not outlive the module.
+    static std::shared_ptr<const CAlphaIcon> GetOverlay(std::uint16_t resourceId,
+                                                        std::uint32_t size) noexcept;
 
     /// ApplyOverlay blends `overlay` over this object, which keeps the result, and makes an icon
     /// of it. The overlay is not scaled and lies at the top left corner. Null if either object is

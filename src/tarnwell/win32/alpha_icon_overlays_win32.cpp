@@ -1,5 +1,6 @@
-// The module's overlays: one for each resource and size, shared by whoever asks.
+// The overlays that are held for the next request. Callers choose the sizes, so there is a limit.
 
+#include <algorithm>
 #include <list>
 #include <new>
 
@@ -10,52 +11,68 @@
 namespace tarnwell {
 namespace {
 
-/// The lock is held while an overlay is loaded: two threads that ask for the same one at the same
-/// time must not both keep theirs.
+using Overlay = std::shared_ptr<const CAlphaIcon>;
+
+/// The six overlays in more sizes than the explorer shows at a time: two bitmaps each, and not 30
+/// megabytes if all are of the largest size that is held.
+constexpr std::size_t kMaxHeld = 48;
+constexpr std::int32_t kMaxHeldSide = 256;  // pixels; larger ones are not drawn, only magnified
+
 class COverlays {
 public:
-    /// Get gives null, and keeps nothing, if the overlay cannot be loaded; the next request tries
-    /// again.
-    const CAlphaIcon* Get(std::uint16_t resourceId, std::uint32_t size) {
+    /// Find gives null for an overlay that is not held.
+    Overlay Find(std::uint16_t resourceId, std::uint32_t size) noexcept {
         const CExclusiveHold hold(m_lock);
-        for (Entry& entry : m_entries) {
-            if (entry.overlay.IsResource(resourceId, size)) {
-                ++entry.requests;
-                return &entry.overlay;
-            }
-        }
-        const Entry& made = m_entries.emplace_back(resourceId, size);
-        if (!made.overlay.IsEmpty())
-            return &made.overlay;
-        m_entries.pop_back();
-        return nullptr;
+        const auto found = std::ranges::find_if(
+            m_held, [&](const Overlay& overlay) { return overlay->IsResource(resourceId, size); });
+        if (found == m_held.end())
+            return nullptr;
+        m_held.splice(m_held.begin(), m_held, found);
+        return m_held.front();
+    }
+
+    /// Hold takes the place of the overlay that nobody has asked for the longest. Two threads that
+    /// made the same one both have it held; one of the two is soon out of use. Throws
+    /// std::bad_alloc.
+    void Hold(const Overlay& overlay) {
+        if (overlay->IsEmpty() || overlay->Width() > kMaxHeldSide)
+            return;
+        const CExclusiveHold hold(m_lock);
+        m_held.push_front(overlay);
+        if (m_held.size() > kMaxHeld)
+            m_held.pop_back();
     }
 
 private:
-    struct Entry {
-        Entry(std::uint16_t resourceId, std::uint32_t size) noexcept : overlay(resourceId, size) {}
-        CAlphaIcon overlay;
-        std::uint64_t requests = 1;  // each of them holds the entry until the module goes
-    };
-
     CExclusiveLock m_lock;
-    std::list<Entry> m_entries;  // a list, so that no overlay ever moves
+    std::list<Overlay> m_held;  // the one asked for last is the first
 };
+
+/// A request is traced as if its overlay were loaded for it, whether it was held or not.
+void TraceLoading() noexcept {
+    const CTraceScope made("CAlphaIcon::CAlphaIcon");
+    const CTraceScope filled("CAlphaIcon::Init");
+}
 
 }  // namespace
 
-const CAlphaIcon& CAlphaIcon::GetOverlay(std::uint16_t resourceId, std::uint32_t size) noexcept {
+Overlay CAlphaIcon::GetOverlay(std::uint16_t resourceId, std::uint32_t size) noexcept {
     const CTraceScope scope("CAlphaIcon::GetOverlay");
     TraceString("Creating new icon");
     // Deleted at unload, when no handler is left; deleting bitmaps is safe under the loader lock.
     static COverlays overlays;
-    try {
-        if (const CAlphaIcon* overlay = overlays.Get(resourceId, size))
-            return *overlay;
-    } catch (const std::bad_alloc&) {  // for the entry
+    if (Overlay held = overlays.Find(resourceId, size)) {
+        TraceLoading();
+        return held;
     }
-    static const CAlphaIcon empty(nullptr);
-    return empty;
+    try {
+        const auto loaded = std::make_shared<const CAlphaIcon>(resourceId, size);
+        overlays.Hold(loaded);
+        return loaded;
+    } catch (const std::bad_alloc&) {
+        static const CAlphaIcon empty(nullptr);
+        return {std::shared_ptr<void>(), &empty};  // owns nothing, so needs no memory
+    }
 }
 
 }  // namespace tarnwell

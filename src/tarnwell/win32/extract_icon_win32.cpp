@@ -7,6 +7,7 @@
 #include "tarnwell/core/icon_model.h"
 #include "tarnwell/win32/alpha_icon.h"
 #include "tarnwell/win32/original_file_icon.h"
+#include "tarnwell/win32/resources/resource_ids.h"
 #include "tarnwell/win32/shellicon.h"
 
 namespace tarnwell {
@@ -26,11 +27,28 @@ std::optional<CPKCS7_TYPE> ReadType(const CUTF16String& path) {
     return std::nullopt;
 }
 
+/// The overlay for a kind of content; nothing for what no file is.
+std::optional<std::uint16_t> TypeOverlay(CPKCS7_TYPE type) noexcept {
+    switch (type) {
+        case CPKCS7_TYPE::SIGN:
+            return TARNWELL_ICON_SIGNED;
+        case CPKCS7_TYPE::ENCRYPT:
+            return TARNWELL_ICON_ENCRYPTED;
+        case CPKCS7_TYPE::SIGNENCRYPT:
+            return TARNWELL_ICON_SIGNED_ENCRYPTED;
+        case CPKCS7_TYPE::UNKNOWN:
+            return TARNWELL_ICON_OTHER;
+        default:
+            return std::nullopt;
+    }
+}
+
 /// Puts the marked icon in the place of `icon`, which stays as it is if that fails.
 void Mark(CUniqueIcon& icon, std::uint16_t overlay, UINT size) {
     if (!icon)
         return;
-    CUniqueIcon marked = CAlphaIcon(icon.Get()).ApplyOverlay(CAlphaIcon::GetOverlay(overlay, size));
+    CUniqueIcon marked =
+        CAlphaIcon(icon.Get()).ApplyOverlay(*CAlphaIcon::GetOverlay(overlay, size));
     if (marked)
         icon = std::move(marked);
 }
@@ -56,8 +74,7 @@ HRESULT CExtractIcon::Locate(UINT flags, UINT* outFlags) {
 }
 
 HRESULT CExtractIcon::Draw(HICON* largeIcon, HICON* smallIcon, UINT iconSize) {
-    const std::optional<std::uint16_t> typeOverlay =
-        m_type ? TypeOverlay(static_cast<std::uint32_t>(*m_type)) : std::nullopt;
+    const std::optional<std::uint16_t> typeOverlay = m_type ? TypeOverlay(*m_type) : std::nullopt;
     if (!typeOverlay)
         return E_FAIL;
     for (HICON* const icon : {largeIcon, smallIcon}) {

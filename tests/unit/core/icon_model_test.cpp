@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace tarnwell {
 namespace {
 
@@ -47,13 +45,6 @@ TEST(IconModel, ReadsFileAndIndex) {
         EXPECT_EQ(location.file, test.file) << testing::PrintToString(test.text);
         EXPECT_EQ(location.index, test.index) << testing::PrintToString(test.text);
     }
-}
-
-TEST(IconModel, EveryContentTypeHasItsOverlayAndNothingElseHas) {
-    std::string overlays;
-    for (const std::uint32_t type : {0u, 1u, 2u, 3u, 4u, 5u, 0xFFFFFFFFu})
-        overlays += std::to_string(TypeOverlay(type).value_or(0)) + " ";
-    EXPECT_EQ(overlays, "210 211 212 0 218 0 0 ");
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ Picture Marked(int size, const Overlays& overlays, HINSTANCE module = nullptr, W
     CUniqueIcon marked = IconOf(module, icon, size);
     for (const std::uint16_t overlay : overlays)
         marked = CAlphaIcon(marked.Get())
-                     .ApplyOverlay(CAlphaIcon::GetOverlay(overlay, static_cast<UINT>(size)));
+                     .ApplyOverlay(*CAlphaIcon::GetOverlay(overlay, static_cast<UINT>(size)));
     return PictureOf(marked.Get());
 }
 

@@ -27,19 +27,41 @@ private:
     const CSettingsKey m_root = CSettingsKey::Create(HKEY_CURRENT_USER, m_name);
 };
 
-/// The pixels of an icon, row by row; empty for no icon.
+/// Pixels row by row, alpha in the highest byte.
 using Picture = std::vector<std::uint32_t>;
+/// A byte for each pixel, 1 where it is transparent.
+using Mask = std::vector<std::uint8_t>;
 
-inline Picture PictureOf(HICON icon) {
+/// What an icon shows, and what its mask hides; all empty for no icon.
+struct IconImage {
+    SIZE size{};
+    Picture colours;
+    Mask mask;
+};
+
+inline IconImage ImageOf(HICON icon) {
     ICONINFO info = {};
     if (!GetIconInfo(icon, &info))
         return {};
     const CUniqueBitmap colour(info.hbmColor), mask(info.hbmMask);
     BITMAP shape = {};
     GetObjectW(colour.Get(), sizeof shape, &shape);
-    Picture pixels(static_cast<std::size_t>(shape.bmWidth * shape.bmHeight));
-    GetBitmapBits(colour.Get(), static_cast<LONG>(4 * pixels.size()), pixels.data());
-    return pixels;
+    const auto width = static_cast<std::size_t>(shape.bmWidth);
+    const auto height = static_cast<std::size_t>(shape.bmHeight);
+    IconImage image{{shape.bmWidth, shape.bmHeight}, Picture(width * height), {}};
+    GetBitmapBits(colour.Get(), static_cast<LONG>(4 * width * height), image.colours.data());
+    const std::size_t rowBytes = (width + 15) / 16 * 2;
+    Mask bits(rowBytes * height);
+    GetBitmapBits(mask.Get(), static_cast<LONG>(bits.size()), bits.data());
+    for (std::size_t i = 0; i < width * height; ++i) {
+        const std::size_t x = i % width;
+        image.mask.push_back(bits[i / width * rowBytes + x / 8] >> (7 - x % 8) & 1);
+    }
+    return image;
+}
+
+inline Picture PictureOf(HICON icon) {
+    return ImageOf(icon).colours;
 }
 
 /// IconOf loads an icon resource of `module`, of this program where it is null.

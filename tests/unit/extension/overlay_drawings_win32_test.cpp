@@ -1,27 +1,21 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <iterator>
 #include <map>
 #include <span>
-#include <utility>
-#include <vector>
 
-#include "common/system/os/owners_win32.h"
+#include "icon_fixture.h"
 #include "tarnwell/win32/resources/resource_ids.h"
 
-namespace tarnwell {
+namespace tarnwell::test {
 namespace {
 
 constexpr int kSizes[] = {256, 48, 32, 24, 16};
 constexpr std::uint16_t kKinds[] = {TARNWELL_ICON_SIGNED, TARNWELL_ICON_ENCRYPTED,
                                     TARNWELL_ICON_SIGNED_ENCRYPTED, TARNWELL_ICON_OTHER};
 constexpr std::uint16_t kVerdicts[] = {TARNWELL_ICON_VALID, TARNWELL_ICON_INVALID};
-
-using Pixels = std::vector<std::uint32_t>;  // from the top left on, alpha in the highest byte
 
 /// The sizes in the icon's directory, those of 32 bits only.
 std::vector<int> SizesOf(std::uint16_t id) {
@@ -40,36 +34,20 @@ std::vector<int> SizesOf(std::uint16_t id) {
     return sizes;
 }
 
-/// The picture that LoadImageW finds; empty if it is none of that size.
-Pixels Loaded(std::uint16_t id, int size) {
-    const CUniqueIcon icon(static_cast<HICON>(
-        LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id), IMAGE_ICON, size, size, 0)));
-    ICONINFO info{};
-    if (!icon || !GetIconInfo(icon.Get(), &info))
+/// The picture that is loaded at that size; empty if it is none of that size.
+Picture Loaded(std::uint16_t id, int size) {
+    const IconImage image = ImageOf(IconOf(nullptr, id, size).Get());
+    if (image.size.cx != size || image.size.cy != size)
         return {};
-    const CUniqueBitmap colour(info.hbmColor), mask(info.hbmMask);
-    BITMAP shape{};
-    GetObjectW(colour.Get(), sizeof shape, &shape);
-    if (shape.bmWidth != size || shape.bmHeight != size || shape.bmBitsPixel != 32)
-        return {};
-    const auto count = static_cast<std::size_t>(size) * static_cast<std::size_t>(size);
-    Pixels pixels(count);
-    GetBitmapBits(colour.Get(), static_cast<LONG>(4 * count), pixels.data());
-    const auto stride = static_cast<std::size_t>((size + 15) / 16 * 2);
-    std::vector<std::uint8_t> bits(stride * static_cast<std::size_t>(size));
-    GetBitmapBits(mask.Get(), static_cast<LONG>(bits.size()), bits.data());
     std::size_t wrong = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::size_t x = i % static_cast<std::size_t>(size);
-        const std::size_t y = i / static_cast<std::size_t>(size);
-        const bool hidden = (bits[y * stride + x / 8] >> (7 - x % 8) & 1) != 0;
-        const std::uint32_t alpha = pixels[i] >> 24;
+    for (std::size_t i = 0; i < image.colours.size(); ++i) {
+        const std::uint32_t alpha = image.colours[i] >> 24;
         // The largest is a PNG, whose mask the system makes; Wine hides all that is not opaque.
         const bool mayHide = alpha == 0 || (size == 256 && alpha < 255);
-        wrong += hidden ? !mayHide : alpha == 0;
+        wrong += image.mask[i] != 0 ? !mayHide : alpha == 0;
     }
     EXPECT_EQ(wrong, 0u) << "the mask hides what shows, or shows what is transparent";
-    return pixels;
+    return image.colours;
 }
 
 /// How light the pixel is on a grey ground, 0 to 255.
@@ -81,14 +59,14 @@ int Lightness(std::uint32_t pixel) {
 }
 
 /// Which part of a picture is told apart from the other by lightness alone, in thousandths.
-std::size_t Difference(const Pixels& one, const Pixels& other) {
+std::size_t Difference(const Picture& one, const Picture& other) {
     std::size_t differing = 0;
     for (std::size_t i = 0; i < one.size() && i < other.size(); ++i)
         differing += std::abs(Lightness(one[i]) - Lightness(other[i])) > 64;
     return differing * 1000 / std::max<std::size_t>(one.size(), 1);
 }
 
-using Pictures = std::map<std::uint16_t, Pixels>;
+using Pictures = std::map<std::uint16_t, Picture>;
 
 /// Loads the pictures and looks where each one shows anything at all.
 Pictures LoadedInCorner(std::span<const std::uint16_t> ids, int size, bool left) {
@@ -96,7 +74,7 @@ Pictures LoadedInCorner(std::span<const std::uint16_t> ids, int size, bool left)
     for (const std::uint16_t id : ids) {
         SCOPED_TRACE(id);
         EXPECT_THAT(SizesOf(id), testing::UnorderedElementsAreArray(kSizes));
-        Pixels pixels = Loaded(id, size);
+        Picture pixels = Loaded(id, size);
         int first = size, last = -1, top = size, bottom = -1, opaque = 0;
         for (int i = 0; i < static_cast<int>(pixels.size()); ++i) {
             const std::uint32_t alpha = pixels[static_cast<std::size_t>(i)] >> 24;
@@ -137,4 +115,4 @@ TEST(OverlayDrawings, EachSizeMarksItsOwnLowerCornerAndIsUnmistakableWithoutColo
 }
 
 }  // namespace
-}  // namespace tarnwell
+}  // namespace tarnwell::test

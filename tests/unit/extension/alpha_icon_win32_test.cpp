@@ -122,7 +122,7 @@ TEST(CAlphaIcon, HoldsNoMoreAfterManyOverlaysOfEverySizeThanAfterAHundred) {
     };
     rounds(100);
     const ProcessCounts before = CountProcess();
-    rounds(1000);
+    rounds(200);
     const ProcessCounts after = CountProcess();
     EXPECT_EQ(after.gdiObjects, before.gdiObjects);
     EXPECT_EQ(after.heapBlocks, before.heapBlocks);

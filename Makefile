@@ -12,7 +12,7 @@ help: ## this list
 	@sed -n 's/^\([a-z0-9]*\): ## \(.*\)/  make \1|\2/p' Makefile | \
 	    while IFS='|' read -r target text; do printf '%-16s %s\n' "$$target" "$$text"; done
 	@echo
-	@echo 'The first run installs packages and builds libraries (6 to 12 minutes on 2 cores).'
+	@echo 'The first run installs packages and builds libraries (15 to 25 minutes on 2 cores).'
 
 demo: ## the main job step by step under Wine, with pictures, into build/demo (90 s when built)
 	@scripts/setup.sh mingw demo

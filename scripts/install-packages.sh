@@ -4,9 +4,9 @@
 #   scripts/install-packages.sh [SET...]
 #
 # SET is native (builds for Linux; the default), windows (builds for Windows, Wine), test (the peers
-# that the tests talk to), demo (a virtual screen and a camera), bench, fuzz, lint, coverage or package.
-# When all of them is there already, neither the network nor any right is needed. sudo is used only by a
-# user other than root.
+# that the tests talk to), demo (a virtual screen and a camera), bench, fuzz, lint, coverage, package
+# or fresh. When all of them is there already, neither the network nor any right is needed. sudo is
+# used only by a user other than root.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
@@ -26,6 +26,7 @@ declare -A packages=(
     [lint]="clang-format clang-tidy shellcheck"
     [coverage]="gcovr"
     [package]="wixl msitools osslsigncode"
+    [fresh]="debootstrap git"
 )
 
 case ${1-} in

@@ -42,6 +42,7 @@ upgrade_code=6301403E-0BC2-406E-A2C7-740E7D3F7E03 # one for all versions, for go
 
 check_reproducible() {
     local work folder clone different=0 file
+    mkdir -p "$root/build"
     work=$(mktemp -d "$root/build/reproducible.XXXXXX")
     trap 'rm -rf "$work"' EXIT
     for folder in one another/of-another-length; do

@@ -207,8 +207,8 @@ class Installation(unittest.TestCase):
 
     @staticmethod
     def products() -> list:
-        return [key for key in registration.classes()
-                if re.fullmatch(r"Installer\\Products\\\w{32}", key)]
+        answer = wine("reg", "query", registration.CLASSES + r"\Installer\Products", check=False)
+        return re.findall(r"\\Installer\\Products\\(\w{32})\s", answer.stdout)
 
     @staticmethod
     def classes() -> dict:
@@ -298,24 +298,39 @@ class Installation(unittest.TestCase):
                 self.msiexec("/x", NEW_PACKAGE)
                 self.gone()
 
-    def test_upgrade_while_the_dll_is_loaded(self):
+    def test_while_the_dll_is_loaded(self):
         self.msiexec("/i", OLD_PACKAGE)
+        holder = self.hold()
+        # Done but for what is in use. Windows' service moves the old file aside, so that the next
+        # process has the new one at once; Wine's leaves it until the restart.
+        self.msiexec("/i", NEW_PACKAGE, expect=3010)
+        self.probe(FOLDER)
+        self.let_go(holder)
+        self.restart()
+        self.installed(version="new")
+
+        holder = self.hold()
+        self.msiexec("/x", NEW_PACKAGE)  # Wine's leaves the file, Windows' takes it at the restart
+        self.assertNotIn(f"CLSID\\{MENU}", registration.classes())
+        self.let_go(holder)
+        self.msiexec("/i", NEW_PACKAGE)
+        self.installed(version="new")
+        self.msiexec("/x", NEW_PACKAGE)
+        self.gone()
+
+    def hold(self) -> subprocess.Popen:
+        """A process that has the DLL loaded and an object of it in hand."""
         holder = subprocess.Popen(
             [ROOT / "scripts/wine-run", BUILD / "com_probe.exe", module_in(FOLDER), "hold", MENU],
             env=os.environ | {"TARNWELL_RAW_ARGS": "1"}, stdin=subprocess.PIPE,
             stdout=subprocess.PIPE, text=True)
         self.assertEqual(holder.stdout.readline(), f"{MENU} 0x00000000 holding\n")
-        # Done but for what is in use. Windows' service moves the old file aside, so that the next
-        # process has the new one at once; Wine's leaves it until the restart.
-        self.msiexec("/i", NEW_PACKAGE, expect=3010)
-        self.probe(FOLDER)
+        return holder
+
+    def let_go(self, holder: subprocess.Popen):
+        """Has the process release the object and unload the DLL, which it does as ever."""
         said, _ = holder.communicate(timeout=60)
-        self.assertEqual(said, " held:loaded released:gone\n")
-        self.assertEqual(holder.returncode, 0)
-        self.restart()
-        self.installed(version="new")
-        self.msiexec("/x", NEW_PACKAGE)
-        self.gone()
+        self.assertEqual((said, holder.returncode), (" held:loaded released:gone\n", 0))
 
 
 if __name__ == "__main__":

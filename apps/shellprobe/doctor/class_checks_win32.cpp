@@ -72,8 +72,7 @@ std::string LoadProblem(const CUTF16String& path, std::u16string_view id) {
 void CheckClass(const HandlerClass& handler, const Installation& installation, CReport& report) {
     if (HasUsersClass(handler.id))
         return report.Fail(handler.check,
-                           "this user has the class " + Shown(handler.id) +
-                               " registered for himself, in the place of the machine's",
+                           "this user has a class of their own in the place of the machine's",
                            "find out who did that, and remove HKEY_CURRENT_USER\\Software\\Classes"
                            "\\CLSID\\" +
                                Shown(handler.id));

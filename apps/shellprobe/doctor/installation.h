@@ -14,7 +14,8 @@
 namespace tarnwell::shellprobe {
 
 struct Installation {
-    /// The DLL's path as the first class that has one names it; empty where none is registered.
+    /// The DLL's path as the machine's first class that has one names it; empty without any. What
+    /// a user registered is never followed: an administrator who asks would run that user's files.
     CUTF16String modulePath;
     ProgramFilesFolders folders;
     std::chrono::seconds patience;  ///< with the manager, for each thing it is asked
@@ -23,11 +24,11 @@ struct Installation {
     static Installation Find(std::chrono::seconds patience);
 };
 
-/// ClassModule gives the path that a class identifier is registered with, the user's own
-/// before the machine's; nothing where there is none.
+/// ClassModule gives the path that the machine has registered for a class identifier; nothing where
+/// there is none.
 std::optional<CUTF16String> ClassModule(std::u16string_view classId);
 
-/// HasUsersClass tells whether this user has the class registered for himself. Such a class goes
+/// HasUsersClass tells whether this user has a class of that identifier of their own. It goes
 /// before the machine's in most programs, and needs no administrator to put it there.
 bool HasUsersClass(std::u16string_view classId);
 

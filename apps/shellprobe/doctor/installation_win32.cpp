@@ -8,7 +8,7 @@ namespace tarnwell::shellprobe {
 namespace {
 
 CUTF16String ServerKey(std::u16string_view classId) {
-    return CUTF16String(u"CLSID\\").Append(classId) + u"\\InprocServer32";
+    return CUTF16String(u"Software\\Classes\\CLSID\\").Append(classId) + u"\\InprocServer32";
 }
 
 }  // namespace
@@ -22,12 +22,11 @@ Installation Installation::Find(std::chrono::seconds patience) {
 }
 
 std::optional<CUTF16String> ClassModule(std::u16string_view classId) {
-    return CSettingsKey::Open(HKEY_CLASSES_ROOT, ServerKey(classId)).QueryText(CUTF16String());
+    return CSettingsKey::Open(HKEY_LOCAL_MACHINE, ServerKey(classId)).QueryText(CUTF16String());
 }
 
 bool HasUsersClass(std::u16string_view classId) {
-    const CUTF16String key = CUTF16String(u"Software\\Classes\\") + ServerKey(classId);
-    return CSettingsKey::Open(HKEY_CURRENT_USER, key).IsOpen();
+    return CSettingsKey::Open(HKEY_CURRENT_USER, ServerKey(classId)).IsOpen();
 }
 
 bool FileExists(const CUTF16String& path) {

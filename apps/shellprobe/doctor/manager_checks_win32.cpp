@@ -59,7 +59,8 @@ void Start(const CUTF16String& commandLine, const Installation& installation,
         return AskAt(port, trial, installation, program, report);
     }
     trial.End();
-    std::string found = "it writes \"" + text.value_or("") + "\", which is no port";
+    const CUTF16String written = Utf16FromUtf8(text.value_or(""));
+    std::string found = "it writes \"" + Shown(written) + "\", which is no port";
     if (!text)
         found = "it has written nothing for " + std::to_string(installation.patience.count()) +
                 " s and was ended";

@@ -66,12 +66,13 @@ void CheckZone(const Installation&, CReport& report) {
     const CSecureAllocator zone(CSecureZones::kZone, OsZoneSystem());
     const std::string size = std::to_string(CSecureZones::kZone) + " bytes";
     if (!zone.IsFallback())
-        return report.Ok("secure zone", "locked, " + size);
-    report.Warn(
-        "secure zone",
-        "in fallback: the system does not lock " + size + ", so texts may reach the page file",
-        "let users raise their working set (the right \"Increase a process working set\"), "
-        "and see that no job object limits it");
+        return report.Ok("secure zone", "locked in this process, " + size);
+    report.Warn("secure zone",
+                "in fallback: the system does not lock " + size +
+                    " for this process"
+                    ", so texts may reach the page file",
+                "let users raise their working set (the right \"Increase a process working set\"), "
+                "and see that no job object limits it");
 }
 
 }  // namespace tarnwell::shellprobe

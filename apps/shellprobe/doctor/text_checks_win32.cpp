@@ -40,7 +40,7 @@ std::string MissingTexts(const Lang& lang) {
     return missing;
 }
 
-/// The user's languages, and the first of them that is spoken.
+/// The names of the user's languages, in their order.
 std::vector<std::u16string> UserLanguages() {
     std::vector<std::u16string> names;
     const std::u16string list = PreferredLanguages();

@@ -18,6 +18,9 @@
 namespace tarnwell {
 namespace {
 
+/// What a client that leaves without an answer waits for the server's end.
+constexpr std::chrono::milliseconds kPatience(1000);
+
 /// OpenSSL counts in int; a longer piece is sent or received in several.
 int LengthOf(std::uint32_t length) noexcept {
     return static_cast<int>(std::min<std::uint32_t>(length, std::numeric_limits<int>::max()));
@@ -41,6 +44,18 @@ int Transfer(Call call) {
         SetLastSocketError(error);
     }
     return result;
+}
+
+/// AwaitEnd takes what comes, read by nobody, until the peer closes or this much time is over.
+void AwaitEnd(SocketHandle socket, std::chrono::milliseconds patience) noexcept {
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + patience;
+    char unread[4096];
+    for (auto now = Clock::now(); now < end; now = Clock::now()) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - now);
+        if (!WaitReadable(socket, left) || ReceiveSocket(socket, unread, sizeof unread) <= 0)
+            return;
+    }
 }
 
 CUnique<SslContextTraits> NewClientContext() {
@@ -102,17 +117,24 @@ CHttpsConnection::~CHttpsConnection() {
     if (m_session)
         SSL_shutdown(m_session.Get());
     ERR_clear_error();
+    // A server of TLS 1.3 sends session tickets unasked. Where they meet a closed socket, or are
+    // closed over, the connection is reset, and what is still on its way to the server is lost.
+    if (m_isUnanswered)
+        AwaitEnd(Socket(), kPatience);
 }
 
 int CHttpsConnection::Send(const void* bytes, std::uint32_t length) {
     if (length == 0)
         return 0;  // SSL_write has no meaning for it
-    return Transfer([&] { return SSL_write(m_session.Get(), bytes, LengthOf(length)); });
+    const int sent = Transfer([&] { return SSL_write(m_session.Get(), bytes, LengthOf(length)); });
+    m_isUnanswered = m_context && sent > 0;
+    return sent;
 }
 
 int CHttpsConnection::Receive(void* buffer, std::uint32_t capacity) {
     if (capacity == 0)
         return 0;
+    m_isUnanswered = false;
     return Transfer([&] { return SSL_read(m_session.Get(), buffer, LengthOf(capacity)); });
 }
 

@@ -46,7 +46,9 @@ public:
     /// kind and text; the socket is then closed.
     CHttpsConnection(CUniqueSocket accepted, SSL_CTX* context,
                      std::optional<std::chrono::milliseconds> receiveTime = std::nullopt);
-    /// Sends TLS's farewell if that takes no waiting, then closes.
+    /// Sends TLS's farewell if that takes no waiting, then closes. A client that has sent something
+    /// and received nothing since waits up to a second for the server to close first: closing over
+    /// what a server says unasked would take from it what it has not received yet.
     ~CHttpsConnection() override;
 
     /// Send encrypts and sends; returns SSL_write's result, 0 for no bytes. LastSocketError is
@@ -72,6 +74,7 @@ private:
     IServerTrust& m_trust;
     CUnique<SslContextTraits> m_context;  // the client's own; none in the server's form
     CUnique<SslSessionTraits> m_session;
+    bool m_isUnanswered = false;  ///< a client's: it has sent, and received nothing since
 };
 
 /// Chooses between the plain and the TLS connection.

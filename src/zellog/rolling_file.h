@@ -27,8 +27,8 @@ public:
     static constexpr int kOldFiles = 3;
     static constexpr std::size_t kLongestLine = 4096;  ///< bytes; room kept free for one
 
-    /// Opens or makes `path`. Its old files stand beside it, so the folder has to allow making,
-    /// renaming and deleting; where it does not, the file grows on.
+    /// Opens or makes `path`, unless it names a pipe or a device. Its old files stand beside it, so
+    /// the folder has to allow making, renaming and deleting; where it does not, the file grows on.
     explicit CRollingFile(std::wstring path, std::uint64_t limit = kLimit) noexcept;
 
     bool IsOpen() const noexcept { return static_cast<bool>(m_file); }

@@ -80,6 +80,13 @@ private:
     bool m_held = false;
 };
 
+/// IsFile tells a file from what a path may name besides: a pipe, whose reader can keep a write
+/// waiting for ever, or a device, such as a whole disk.
+bool IsFile(HANDLE handle) noexcept {
+    BY_HANDLE_FILE_INFORMATION place{};
+    return GetFileType(handle) != FILE_TYPE_PIPE && GetFileInformationByHandle(handle, &place);
+}
+
 /// IsSame tells whether two handles are of one file; where the system does not tell, they are.
 bool IsSame(HANDLE a, HANDLE b) noexcept {
     BY_HANDLE_FILE_INFORMATION one{}, other{};
@@ -95,10 +102,12 @@ CRollingFile::CRollingFile(std::wstring path, std::uint64_t limit) noexcept
 
 CRollingFile::CFile CRollingFile::Open() const noexcept {
     // Append access without write access makes every write go to the end, whoever else writes; read
-    // access allows the lock.
-    return CFile(CreateFileW(m_path.c_str(), FILE_APPEND_DATA | FILE_GENERIC_READ,
-                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                             OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    // access allows the lock. Nobody who waits behind the name of a pipe may act as this user.
+    CFile file(CreateFileW(
+        m_path.c_str(), FILE_APPEND_DATA | FILE_GENERIC_READ,
+        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
+        FILE_ATTRIBUTE_NORMAL | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr));
+    return file && IsFile(file.Get()) ? std::move(file) : CFile();
 }
 
 /// The answer depends on the file alone, not on the line: a file that is full for one writer is so

@@ -77,6 +77,13 @@ TEST_F(CRollingFileTest, GrowsOnWhileSomebodyKeepsItFromBeingRenamed) {
     EXPECT_EQ(ReadBytes(m_path), "c");
 }
 
+TEST_F(CRollingFileTest, APipeIsNoFile) {
+    constexpr wchar_t kPipe[] = LR"(\\.\pipe\tarnwell-rolling-file)";
+    const CFile pipe(CreateNamedPipeW(kPipe, PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1, 1, 1, 0, nullptr));
+    ASSERT_TRUE(pipe);
+    EXPECT_FALSE(CRollingFile(kPipe).IsOpen());
+}
+
 TEST_F(CRollingFileTest, AWriterThatHangsIsWaitedForOnce) {
     Fill(0);
     const CFile hanging(OpenSharing(m_path, kShareAll));

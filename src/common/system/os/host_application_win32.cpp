@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "common/system/os/host_application.h"
@@ -10,11 +12,27 @@
 namespace tarnwell {
 namespace {
 
-/// A path that does not fit is cut by the system and then names no file with a description.
+/// A path that does not fit is cut by the system, which still ends it with a zero; it then names no
+/// file with a description.
 CUTF16String ExecutablePath() {
-    wchar_t units[kMaxClassicPath];
-    const DWORD length = GetModuleFileNameW(nullptr, units, static_cast<DWORD>(kMaxClassicPath));
-    return CUTF16String(Units(units), length);
+    wchar_t units[kMaxClassicPath] = {};
+    GetModuleFileNameW(nullptr, units, static_cast<DWORD>(kMaxClassicPath));
+    return CUTF16String(Units(units));
+}
+
+/// Value asks the version resource in `block` for a value, which the system counts in `Unit`s: as
+/// many of them as the block holds, whatever the resource says. Nothing without the value.
+template <class Unit>
+std::optional<std::span<const Unit>> Value(std::span<const unsigned char> block,
+                                           const wchar_t* key) {
+    void* found = nullptr;
+    UINT count = 0;
+    if (!VerQueryValueW(block.data(), key, &found, &count) || !found)
+        return std::nullopt;
+    const auto* const begin = static_cast<const unsigned char*>(found);
+    const auto left = static_cast<std::size_t>(block.data() + block.size() - begin);
+    return std::span(static_cast<const Unit*>(found),
+                     std::min<std::size_t>(count, left / sizeof(Unit)));
 }
 
 /// The description in the version resource of `path`; nothing if any step to it fails.
@@ -23,22 +41,19 @@ std::optional<CUTF16String> Description(const CUTF16String& path) {
     std::vector<unsigned char> block(size);
     if (size == 0 || !GetFileVersionInfoW(Wide(path), 0, size, block.data()))
         return std::nullopt;
-
-    void* list = nullptr;
-    UINT bytes = 0;
-    if (!VerQueryValueW(block.data(), L"\\VarFileInfo\\Translation", &list, &bytes))
+    const auto list = Value<unsigned char>(block, L"\\VarFileInfo\\Translation");
+    if (!list)
         return std::nullopt;
-    const VersionTranslation* translation = ChooseTranslation(
-        {static_cast<const VersionTranslation*>(list), bytes / sizeof(VersionTranslation)},
-        GetUserDefaultLangID());
+    const VersionTranslation* translation =
+        ChooseTranslation({reinterpret_cast<const VersionTranslation*>(list->data()),
+                           list->size() / sizeof(VersionTranslation)},
+                          GetUserDefaultLangID());
     if (!translation)
         return std::nullopt;
-
-    void* text = nullptr;
-    UINT length = 0;
-    if (!VerQueryValueW(block.data(), Wide(DescriptionKey(*translation)), &text, &length))
+    const auto text = Value<char16_t>(block, Wide(DescriptionKey(*translation)));
+    if (!text)
         return std::nullopt;
-    std::u16string_view description(static_cast<const char16_t*>(text), length);
+    std::u16string_view description(text->data(), text->size());
     while (description.ends_with(u'\0'))
         description.remove_suffix(1);
     return CUTF16String(description);

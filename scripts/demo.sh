@@ -330,28 +330,22 @@ away
 for _ in "$kinds"/*; do
     heard '"icon"'
 done
-wait_for_change
-point_at 'Statement.pdf.p7'
-heard '"tip"'
-wait_for_change
-picture 7-window-icons-tip
-away
-xdotool key ctrl+2
-heard '"mode":"small"'
-wait_for_change
-point_at 'Statement.pdf.p7'
-xdotool click 3
-heard '"menu"'
-wait_for_change
-picture 8-window-small-menu
-xdotool key Escape
-away
-xdotool key ctrl+3
-heard '"mode":"details"'
-point_at 'Statement.pdf.p7'
-heard '"tip"'
-wait_for_change
-picture 9-window-details-tip
+for mode in large:1 small:2 details:3; do
+    away
+    xdotool key "ctrl+${mode#*:}"
+    heard "\"mode\":\"${mode%:*}\""
+    wait_for_change
+    point_at 'Statement.pdf.p7'
+    heard '"tip"'
+    wait_for_change
+    picture "7-window-${mode%:*}-tip"
+    xdotool click 3
+    heard '"menu"'
+    wait_for_change
+    picture "7-window-${mode%:*}-menu"
+    xdotool key Escape
+    heard '"chosen":null'
+done
 xdotool key alt+F4
 wait "$window_pid"
 
@@ -359,10 +353,10 @@ title "What the user sees when the manager is missing"
 end_server "$prefix"
 manager="$prefix/drive_c/Program Files (x86)/Quorva/Tarnwell/bin/Corvane.exe"
 mv "$manager" "$manager.away"
-popup 10-choosing-sign "$one"
+popup 8-choosing-sign "$one"
 click 100 75
 wait_for_change
-picture 11-manager-missing +61+61
+picture 9-manager-missing +61+61
 xdotool key Return
 wait "$popup_pid" || true
 tell "The same, as data:"

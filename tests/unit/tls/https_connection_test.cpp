@@ -90,6 +90,7 @@ TEST_F(CHttpsConnectionTest, HasTheServersOwnCertificateJudgedAndCarriesBodiesIn
     for (const int version :
          test::Size<std::vector<int>>({TLS1_2_VERSION, TLS1_3_VERSION}, {TLS1_3_VERSION})) {
         SSL_CTX_set_max_proto_version(m_context.Get(), version);
+        const test::CTraceListener trace;  // outlives the server's thread, which traces too
         const auto server = Serve([&](CExposed& client) {
             EXPECT_EQ(SSL_version(client.Session()), version);
             EXPECT_STREQ(SSL_get_servername(client.Session(), TLSEXT_NAMETYPE_host_name),
@@ -103,7 +104,6 @@ TEST_F(CHttpsConnectionTest, HasTheServersOwnCertificateJudgedAndCarriesBodiesIn
             EXPECT_FALSE(client.ReadByte());
             EXPECT_TRUE(SSL_get_shutdown(client.Session()) & SSL_RECEIVED_SHUTDOWN);
         });
-        const test::CTraceListener trace;
         std::unique_ptr<CHttpConnection> client = std::make_unique<CHttpsConnection>(m_judge);
         client->Connect(Url());
         const auto response = PostText(client, Url(), body, true, false, false);

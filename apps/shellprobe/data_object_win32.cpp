@@ -147,7 +147,7 @@ ComPtr<IDataObject> ShellDataObject(const std::vector<std::wstring>& files) {
 ComPtr<IDataObject> MakeDataObject(const std::vector<std::wstring>& files) {
     ComPtr<IDataObject> object = ShellDataObject(files);
     if (!object)
-        object.Attach(new CDropDataObject(files));
+        *object.GetAddressOf() = new CDropDataObject(files);  // Attach would count once more
     return object;
 }
 

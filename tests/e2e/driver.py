@@ -1,5 +1,5 @@
-"""What the tests that drive shellprobe share. They run in the prefix in TARNWELL_WINEPREFIX, which
-installed.sh prepares."""
+"""What the tests that run programs of ours under Wine share. They run in the prefix in
+TARNWELL_WINEPREFIX, which for those that drive shellprobe installed.sh prepares."""
 
 import json
 import os
@@ -52,12 +52,19 @@ def texts(language):
 
 
 def windows(path):
-    """A path of the prefix's drive as Windows spells it."""
-    return "C:\\" + str(Path(path).relative_to(DRIVE)).replace("/", "\\")
+    """A path as Windows spells it: on the prefix's drive, or on Z:, which has all others."""
+    path = Path(path).absolute()
+    on_drive = path.is_relative_to(DRIVE)
+    spelt = f"C:/{path.relative_to(DRIVE)}" if on_drive else f"Z:{path}"
+    return spelt.replace("/", "\\")
 
 
 def openssl(*arguments):
-    subprocess.run(["openssl", *map(str, arguments)], check=True, stderr=subprocess.DEVNULL)
+    """Runs openssl and gives what it wrote."""
+    done = subprocess.run(["openssl", *map(str, arguments)], capture_output=True, timeout=60,
+                          check=False)
+    assert done.returncode == 0, f"openssl {arguments}: {done.stderr.decode()}"
+    return done.stdout
 
 
 def assert_flat(test, answer):

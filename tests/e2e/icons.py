@@ -158,8 +158,8 @@ class Handlers(unittest.TestCase):
         with open(CORPUS / "manifest.tsv", encoding="utf-8", newline="") as file:
             rows = list(csv.DictReader(file, delimiter="\t", quoting=csv.QUOTE_NONE))
         for language, (locale, _) in LANGUAGES.items():
-            answers = probe_all("tip", *("Z:" + str(CORPUS.resolve() / row["file"]).replace(
-                "/", "\\") for row in rows), locale=locale)[1]
+            answers = probe_all("tip", *(windows(CORPUS / row["file"]) for row in rows),
+                                locale=locale)[1]
             told = 0
             for row, answer in zip(rows, answers, strict=True):
                 expected = self.expected_tip(row, texts(language)["tarnwellDLL"])
@@ -203,7 +203,7 @@ class Handlers(unittest.TestCase):
         for language, (locale, date) in LANGUAGES.items():
             answer = probe("tip", windows(file), locale=locale)[1]
             self.assertRegex(answer["tip"].splitlines()[-1], date, language)
-        answer = probe("tip", "Z:" + str((CORPUS / "bc-noattr.p7").resolve()).replace("/", "\\"))[1]
+        answer = probe("tip", windows(CORPUS / "bc-noattr.p7"))[1]
         self.assertEqual(answer["tip"], "Signed by: Bruno Kask(Orchard Issuing CA)\nSigned on: ")
 
     def test_files_without_a_tip(self):

@@ -14,7 +14,6 @@ Where Wine's chains are not Windows':
 import collections
 import datetime
 import http.server
-import os
 import pathlib
 import shutil
 import socket
@@ -23,8 +22,8 @@ import tempfile
 import threading
 import unittest
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-BUILD = pathlib.Path(os.environ["TARNWELL_BUILD"])
+from driver import BUILD, DRIVE, openssl, windows, wine
+
 VALID, INVALID = "208", "209"
 
 # Bits of CERT_TRUST_STATUS::dwErrorStatus.
@@ -49,13 +48,6 @@ unique_subject = no
 [any]
 commonName = supplied
 """
-
-
-def openssl(*arguments):
-    done = subprocess.run(["openssl", *map(str, arguments)], capture_output=True, timeout=60)
-    if done.returncode != 0:
-        raise AssertionError(f"openssl {arguments}: {done.stderr.decode()}")
-    return done.stdout
 
 
 def days_from_now(days: int) -> str:
@@ -140,18 +132,9 @@ class Lists:
         self.server.server_close()
 
 
-def wine(*arguments) -> str:
-    with tempfile.TemporaryFile("w+", errors="replace") as output:
-        subprocess.run([ROOT / "scripts/wine-run", *arguments], timeout=200, stdout=output,
-                       check=True)
-        output.seek(0)
-        return output.read()
-
-
 def install(store: str, certificate: pathlib.Path):
     """Puts a certificate into a store of the user's: "Root", or "CA", where being known is all."""
-    subprocess.run([ROOT / "scripts/trust", os.environ["TARNWELL_WINEPREFIX"], certificate, store],
-                   check=True)
+    subprocess.run(["scripts/trust", DRIVE.parent, certificate, store], check=True)
 
 
 class ValidityTest(unittest.TestCase):
@@ -191,8 +174,9 @@ class ValidityTest(unittest.TestCase):
 
     def judge(self, rows: dict):
         """Compares verdicts, error bits and messages of {file: (verdict, [bits], message)}."""
-        answers = wine(BUILD / "validity.exe", *rows).splitlines()
-        self.assertEqual(len(answers), len(rows))
+        status, answers, said = wine(BUILD / "validity.exe", *map(windows, rows))
+        answers = answers.splitlines()
+        self.assertEqual((status, len(answers)), (0, len(rows)), said)
         for (file, (verdict, bits, *message)), answer in zip(rows.items(), answers):
             with self.subTest(file.stem):
                 expected = [verdict, *(f"0x{each:08X}" for each in bits), *message]

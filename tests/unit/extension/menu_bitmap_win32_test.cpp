@@ -1,40 +1,33 @@
 #include "tarnwell/win32/menu_bitmap.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstdint>
 #include <set>
 #include <tuple>
-#include <vector>
 
-#include "common/system/os/owners_win32.h"
+#include "icon_fixture.h"
 
-namespace tarnwell {
+namespace tarnwell::test {
 namespace {
 
-using Pixels = std::vector<std::uint32_t>;  // from the top left on, alpha in the highest byte
-
-Pixels PixelsOf(HBITMAP bitmap) {
+Picture PixelsOf(HBITMAP bitmap) {
     BITMAP shape{};
     GetObjectW(bitmap, sizeof shape, &shape);
     EXPECT_EQ(std::tuple(shape.bmWidth, shape.bmHeight, shape.bmBitsPixel), std::tuple(16, 16, 32));
-    Pixels pixels(16 * 16);
+    Picture pixels(16 * 16);
     EXPECT_EQ(GetBitmapBits(bitmap, 1024, pixels.data()), 1024);
     return pixels;
 }
 
 /// What the system draws of the icon on black, its alpha left out.
-Pixels Drawn(std::uint16_t icon) {
-    const CUniqueIcon loaded(static_cast<HICON>(
-        LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(icon), IMAGE_ICON, 16, 16, 0)));
-    const CUniqueBitmap bitmap(CreateBitmap(16, 16, 1, 32, Pixels(16 * 16).data()));
-    const HDC dc = CreateCompatibleDC(nullptr);
-    const HGDIOBJ before = SelectObject(dc, bitmap.Get());
-    EXPECT_TRUE(DrawIconEx(dc, 0, 0, loaded.Get(), 16, 16, 0, nullptr, DI_NORMAL));
-    SelectObject(dc, before);
-    DeleteDC(dc);
-    Pixels pixels = PixelsOf(bitmap.Get());
+Picture Drawn(std::uint16_t icon) {
+    const CUniqueBitmap bitmap(CreateBitmap(16, 16, 1, 32, Picture(16 * 16).data()));
+    {
+        const CUniqueDc dc(CreateCompatibleDC(nullptr));
+        const CSelectObject selected(dc.Get(), bitmap.Get());
+        EXPECT_TRUE(DrawIconEx(dc.Get(), 0, 0, IconOf(nullptr, icon, 16).Get(), 16, 16, 0, nullptr,
+                               DI_NORMAL));
+    }
+    Picture pixels = PixelsOf(bitmap.Get());
     for (std::uint32_t& pixel : pixels)
         pixel &= 0xFFFFFF;
     return pixels;
@@ -42,10 +35,10 @@ Pixels Drawn(std::uint16_t icon) {
 
 TEST(MenuBitmap, IsTheUprightIconWithEveryPixelOpaqueOrClear) {
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    std::set<Pixels> seen;
+    std::set<Picture> seen;
     for (const std::uint16_t icon : std::vector<std::uint16_t>{205, 206, 207}) {
         SCOPED_TRACE(icon);
-        Pixels pixels = PixelsOf(MenuBitmap(icon));
+        Picture pixels = PixelsOf(MenuBitmap(icon));
         EXPECT_EQ(MenuBitmap(icon), MenuBitmap(icon)) << "all menus share one picture";
         const auto opaque = std::ranges::count_if(pixels, [](auto pixel) { return pixel >> 24; });
         EXPECT_TRUE(opaque > 60 && opaque < 230) << opaque;
@@ -63,4 +56,4 @@ TEST(MenuBitmap, IsTheUprightIconWithEveryPixelOpaqueOrClear) {
 }
 
 }  // namespace
-}  // namespace tarnwell
+}  // namespace tarnwell::test

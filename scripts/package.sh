@@ -13,7 +13,8 @@
 #                         by those up to the root, and of its key
 #   SIGN_TIMESTAMP        the address of a time-stamp server, without which signatures end with the
 #                         certificate
-#   SOURCE_DATE_EPOCH     the time that the package carries (default: the last commit's)
+#   SOURCE_DATE_EPOCH     the time that the package carries (default: the last commit's; without
+#                         git the change log's)
 #
 # Prints the installer's path. Beside it stand its bill of materials and, in "files", what is in it.
 # The same programs, documents and time give the same bytes, but for signatures.
@@ -69,8 +70,9 @@ if [[ -n $check ]]; then
 fi
 
 need wixl msibuild python3
-epoch=${SOURCE_DATE_EPOCH:-$(git -C "$root" log -1 --format=%ct 2>/dev/null)} ||
-    die "the time of the last commit is not known" "Set SOURCE_DATE_EPOCH to the seconds since 1970."
+# Sources that were unpacked from an archive have their commit's time themselves.
+epoch=${SOURCE_DATE_EPOCH:-$(git -C "$root" log -1 --format=%ct 2>/dev/null ||
+    stat -c %Y "$root/CHANGELOG.md")}
 for file in Tarnwell.dll zelLog.dll p7tool.exe shellprobe.exe Corvane.exe resources/kestrix.bin \
     package/registry.sql; do
     [[ -f $bin/$file ]] || die "there is no $file in $bin" "Build it first: make package"

@@ -99,12 +99,7 @@ sources=$cache/sources
 # own configuration stays as it is. The mirror is the one that this machine already uses.
 private_apt() {
     local folder=$1 suite mirror
-    mirror=$(apt-get indextargets --format '$(COMPONENT) $(RELEASE) $(REPO_URI)' 2>/dev/null |
-        awk '$1 == "main" && $2 !~ /-/ { print $3; exit }')
-    mirror=${TARNWELL_MIRROR:-$mirror}
-    [[ -n $mirror ]] ||
-        die "this machine's package sources name no Debian mirror" \
-            "Set TARNWELL_MIRROR to the address of one (the folder that holds dists/ and pool/)."
+    mirror=$(debian_mirror)
     mkdir -p "$folder/lists/partial" "$folder/cache/archives/partial"
     for suite in trixie trixie-updates; do
         echo "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $mirror $suite main"

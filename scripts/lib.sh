@@ -28,3 +28,16 @@ need() {
         die "these programs are missing: ${missing[*]}" \
             "Install what the build needs with: scripts/install-packages.sh"
 }
+
+# debian_mirror: the address of the Debian mirror that this machine uses, or TARNWELL_MIRROR.
+debian_mirror() {
+    local mirror
+    # shellcheck disable=SC2016  # apt fills these in
+    mirror=${TARNWELL_MIRROR:-$(apt-get indextargets \
+        --format '$(COMPONENT) $(RELEASE) $(REPO_URI)' 2>/dev/null |
+        awk '$1 == "main" && $2 !~ /-/ { print $3; exit }')}
+    [[ -n $mirror ]] ||
+        die "this machine's package sources name no Debian mirror" \
+            "Set TARNWELL_MIRROR to the address of one (the folder that holds dists/ and pool/)."
+    echo "$mirror"
+}

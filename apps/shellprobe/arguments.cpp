@@ -131,6 +131,25 @@ bool* FlagOf(Arguments& arguments, std::string_view name) {
     return name == "--through-shell" ? &arguments.isThroughShell : nullptr;
 }
 
+/// Takes NAME or NAME=VALUE and gives the name.
+std::string TakeGiven(Arguments& arguments, const CommandName& command, std::string_view text) {
+    const std::size_t equals = text.find('=');
+    const bool hasValue = equals != std::string_view::npos;
+    const std::string name(text.substr(0, equals));
+    if (command.options.find(" " + name + " ") == std::string_view::npos)
+        throw EUsage(std::string(command.name) + " has no option \"" + name + "\"");
+    if (bool* const flag = FlagOf(arguments, name)) {
+        if (hasValue)
+            throw EUsage(name + " takes no value");
+        *flag = true;
+    } else {
+        if (!hasValue)
+            throw EUsage(name + " needs a value: " + name + "=…");
+        TakeOption(arguments, name, text.substr(equals + 1));
+    }
+    return name;
+}
+
 void CheckComplete(const CommandName& command, const std::vector<std::string>& given,
                    std::size_t files) {
     const std::string name(command.name);
@@ -172,19 +191,7 @@ Arguments ParseArguments(const std::vector<CUTF16String>& list) {
         } else if (text == "--help" || text == "-h") {
             return Arguments();
         } else {
-            const std::size_t equals = text.find('=');
-            const std::string name = text.substr(0, equals);
-            if (command.options.find(" " + name + " ") == std::string_view::npos)
-                throw EUsage(first + " has no option \"" + name + "\"");
-            given.push_back(name);
-            if (bool* const flag = FlagOf(arguments, name); flag && equals == std::string::npos)
-                *flag = true;
-            else if (flag)
-                throw EUsage(name + " takes no value");
-            else if (equals == std::string::npos)
-                throw EUsage(name + " needs a value: " + name + "=…");
-            else
-                TakeOption(arguments, name, std::string_view(text).substr(equals + 1));
+            given.push_back(TakeGiven(arguments, command, text));
         }
     }
     CheckComplete(command, given, arguments.files.size());

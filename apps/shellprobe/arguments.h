@@ -55,9 +55,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// ParseArguments reads the arguments without the program's name. Options are written
+/// ParseArguments reads the list of arguments without the program's name. Options are written
 /// "--name=VALUE" and may stand anywhere behind the command; "--" ends them. Throws EUsage.
-Arguments ParseArguments(const std::vector<CUTF16String>& arguments);
+Arguments ParseArguments(const std::vector<CUTF16String>& list);
 
 /// HelpText is what --help prints.
 std::string HelpText();

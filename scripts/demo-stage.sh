@@ -95,6 +95,10 @@ open_window() {
     window_pid=$!
     heard '"view":"ready"'
 }
+close_window() {
+    xdotool key alt+F4
+    wait "$window_pid"
+}
 # heard TEXT: waits (20 s) for the window's next line that holds the text.
 heard() {
     local tries line

@@ -216,8 +216,7 @@ for mode in large:1 small:2 details:3; do
     xdotool key Escape
     heard '"chosen":null'
 done
-xdotool key alt+F4
-wait "$window_pid"
+close_window
 
 title "What the user sees when the manager is missing"
 end_server "$prefix"

@@ -176,6 +176,7 @@ build() {
         --wildcards "*/$miniz_member"
     say "Building OpenSSL $openssl_version and miniz $miniz_version for $target" \
         "(2 to 4 minutes on 2 cores, once)"
+    tell_from "$log"
     # Not "if ! (...)": there bash would ignore set -e and go on after a failed step.
     set +e
     (
@@ -186,6 +187,7 @@ build() {
     ) >"$log" 2>&1 </dev/null
     local status=$?
     set -e
+    stop_telling
     if ((status != 0)); then
         tail -n 20 "$log" >&2
         cp "$log" "$cache/deps-$target.log"

@@ -23,6 +23,7 @@ quietly() {
         "$@" >"$log" 2>&1
     fi
 }
+[[ -n ${TARNWELL_VERBOSE-} ]] || tell_from "$log"
 if ! quietly cmake --preset "$preset"; then
     tail -n 20 "$log" >&2
     die "preset $preset could not be configured (cmake's last words are above)" \

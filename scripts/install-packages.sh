@@ -80,12 +80,14 @@ apt() {
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o Acquire::Retries=3 \
         -o DPkg::Lock::Timeout=300 "$@" </dev/null
 }
+tell_from "$log"
 if ! { apt update && apt install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
     tail -n 12 "$log" >&2
     die "apt could not install the packages (its last words are above)" \
         "Check the network and the machine's package sources, then run this again, or by hand:" \
         "  apt-get install --no-install-recommends ${missing[*]}"
 fi
+stop_telling
 if [[ -n $guarded && -d /run/systemd/system ]]; then
     "${as_root[@]}" systemctl disable --quiet nginx || true
 fi

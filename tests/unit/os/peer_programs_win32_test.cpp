@@ -84,11 +84,11 @@ TEST(GetHostApplicationName, ReadsTheProgramsDescriptionInTheUsersLanguage) {
         {{0x0409, 1252}, {english}, "two"},  // no description for that code page
         {{0x0409}, {english}, "two"},        // half an entry
     };
+    const test::CTempFolder folder;
+    const auto program = folder / "two.dots.exe";
+    std::filesystem::copy_file(test::PeerProgram(), program);
+    EXPECT_EQ(test::CPeerProcess("name", program).ReadLine(), "two");
     for (const auto& [translations, descriptions, name] : cases) {
-        const test::CTempFolder folder;
-        const auto program = folder / "two.dots.exe";
-        std::filesystem::copy_file(test::PeerProgram(), program);
-        EXPECT_EQ(test::CPeerProcess("name", program).ReadLine(), "two");
         Describe(program, translations, descriptions);
         EXPECT_EQ(test::CPeerProcess("name", program).ReadLine(), name);
     }

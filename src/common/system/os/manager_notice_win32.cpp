@@ -1,5 +1,7 @@
 #include "common/system/os/manager_notice_win32.h"
 
+#include <exception>
+
 #include "common/system/os/windows.h"
 #include "common/system/trace/trace.h"
 
@@ -11,7 +13,7 @@ constexpr UINT kPatienceMs = 500;
 
 }  // namespace
 
-void NotifyManager(const CISOString& first, const CISOString& second) {
+void NotifyManager(const CISOString& first, const CISOString& second) noexcept try {
     const CTraceScope scope("Posting notification to manager");
     const HWND window = FindWindowW(L"QUORVA_KESTRIX", L"NotifyIconWindow");
     if (!window)
@@ -26,6 +28,8 @@ void NotifyManager(const CISOString& first, const CISOString& second) {
     DWORD_PTR ignored = 0;
     SendMessageTimeoutW(window, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&data), SMTO_NORMAL,
                         kPatienceMs, &ignored);
+} catch (const std::exception&) {
+    // Without memory for the message there is none.
 }
 
 }  // namespace tarnwell

@@ -7,6 +7,7 @@
 // windows.h comes before what needs it.
 #include <windows.h>
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -51,8 +52,9 @@ private:
     std::uint64_t m_limit;
     CFile m_file;
     SRWLOCK m_turn = SRWLOCK_INIT;
-    ULONGLONG m_nextRotation = 0;  ///< tick before which a failed one is not tried again
-    bool m_isPatient = true;       ///< false once another process has kept the lock too long
+    std::atomic<bool> m_waitsForThreads = true;  ///< false once another thread has kept it too long
+    ULONGLONG m_nextRotation = 0;     ///< tick before which a failed one is not tried again
+    bool m_waitsForProcesses = true;  ///< false once another process has kept the lock too long
 };
 
 }  // namespace tarnwell::zellog

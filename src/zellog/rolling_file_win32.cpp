@@ -9,9 +9,12 @@ namespace {
 constexpr ULONGLONG kPatience = 1000;       // ms: longer than a busy machine's pauses
 constexpr ULONGLONG kRotationPause = 1000;  // ms between attempts that somebody's open file spoils
 
-/// Try calls `attempt` until it succeeds; most locks are free after a few yields.
+/// Try calls `attempt` until it succeeds, or once without patience; most locks are free after a few
+/// yields.
 template <class Attempt>
-bool Try(const Attempt& attempt) noexcept {
+bool Try(const Attempt& attempt, bool isPatient) noexcept {
+    if (!isPatient)
+        return attempt();
     constexpr int kYields = 30;
     const ULONGLONG end = GetTickCount64() + kPatience;
     for (int i = 0; i < kYields || GetTickCount64() < end; ++i) {
@@ -22,12 +25,15 @@ bool Try(const Attempt& attempt) noexcept {
     return false;
 }
 
-/// One thread at a time. A thread that the process's end has killed never gives its turn back, so
-/// nobody waits for good.
+/// One thread at a time. A thread that hangs in a write, or that the process's end has killed, is
+/// waited for once, not for every line.
 class CTurn {
 public:
-    explicit CTurn(SRWLOCK& lock) noexcept
-        : m_lock(lock), m_held(Try([&] { return TryAcquireSRWLockExclusive(&lock) != FALSE; })) {}
+    CTurn(SRWLOCK& lock, std::atomic<bool>& isPatient) noexcept
+        : m_lock(lock),
+          m_held(Try([&] { return TryAcquireSRWLockExclusive(&lock) != FALSE; }, isPatient)) {
+        isPatient = m_held;
+    }
     ~CTurn() {
         if (m_held)
             ReleaseSRWLockExclusive(&m_lock);
@@ -57,7 +63,7 @@ public:
             isTaken = !m_held && GetLastError() == ERROR_LOCK_VIOLATION;
             return !isTaken;  // another failure: there are no locks on this file
         };
-        isPatient = (isPatient ? Try(attempt) : attempt()) && !isTaken;
+        isPatient = Try(attempt, isPatient) && !isTaken;
     }
     ~CLineLock() {
         OVERLAPPED place = Place();
@@ -155,13 +161,13 @@ void CRollingFile::Write(std::string_view line) const noexcept {
 
 void CRollingFile::Append(std::string_view line) noexcept {
     constexpr int kRounds = 4;  // between two of them others would have to write 10 MB
-    const CTurn turn(m_turn);
+    const CTurn turn(m_turn, m_waitsForThreads);
     if (!turn.IsHeld() || !IsOpen())
         return;
     for (int round = 0;; ++round) {
         CFile next;
         {
-            const CLineLock lock(m_file.Get(), m_isPatient);
+            const CLineLock lock(m_file.Get(), m_waitsForProcesses);
             if (lock.IsHeld() && IsFull() && round < kRounds)
                 next = NextFile();
             if (!next) {

@@ -38,6 +38,22 @@ protected:
         return names;
     }
 
+    /// Hang makes the file and holds the writers' lock of it.
+    CFile Hang() {
+        Fill(0);
+        CFile file(OpenSharing(m_path, kShareAll));
+        OVERLAPPED place{};
+        place.OffsetHigh = 0x40000000;
+        EXPECT_TRUE(LockFileEx(file.Get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &place));
+        return file;
+    }
+    static ULONGLONG TimeOfTenLines(CRollingFile& file) {
+        const ULONGLONG start = GetTickCount64();
+        for (int i = 0; i < 10; ++i)
+            file.Append("x");
+        return GetTickCount64() - start;
+    }
+
     test::CTempFolder m_folder;
     std::filesystem::path m_path = m_folder / kName;
 };
@@ -85,17 +101,26 @@ TEST_F(CRollingFileTest, APipeIsNoFile) {
 }
 
 TEST_F(CRollingFileTest, AWriterThatHangsIsWaitedForOnce) {
-    Fill(0);
-    const CFile hanging(OpenSharing(m_path, kShareAll));
-    OVERLAPPED place{};
-    place.OffsetHigh = 0x40000000;
-    ASSERT_TRUE(LockFileEx(hanging.Get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &place));
+    const CFile hanging = Hang();
     CRollingFile file(m_path.wstring());
-    const ULONGLONG start = GetTickCount64();
-    for (int i = 0; i < 10; ++i)
-        file.Append("x");
+    const ULONGLONG took = TimeOfTenLines(file);
     EXPECT_EQ(ReadBytes(m_path), "xxxxxxxxxx");
-    const ULONGLONG took = GetTickCount64() - start;
+    EXPECT_TRUE(took >= 900 && took < 3'000) << took;
+}
+
+TEST_F(CRollingFileTest, AThreadThatWasKilledInItsTurnIsWaitedForOnce) {
+    const CFile hanging = Hang();
+    CRollingFile file(m_path.wstring());
+    const auto append = [](void* to) -> DWORD {
+        static_cast<CRollingFile*>(to)->Append("never written");
+        return 0;
+    };
+    const CUnique<CPointerTraits<void, CloseHandle>> killed(
+        CreateThread(nullptr, 0, append, &file, 0, nullptr));
+    Sleep(200);  // it waits for the lock of the one that hangs
+    ASSERT_TRUE(TerminateThread(killed.Get(), 0));
+    const ULONGLONG took = TimeOfTenLines(file);
+    EXPECT_EQ(ReadBytes(m_path), "");
     EXPECT_TRUE(took >= 900 && took < 3'000) << took;
 }
 

@@ -66,7 +66,7 @@ Overlay CAlphaIcon::GetOverlay(std::uint16_t resourceId, std::uint32_t size) noe
         return held;
     }
     try {
-        const auto loaded = std::make_shared<const CAlphaIcon>(resourceId, size);
+        auto loaded = std::make_shared<const CAlphaIcon>(resourceId, size);
         overlays.Hold(loaded);
         return loaded;
     } catch (const std::bad_alloc&) {

@@ -131,11 +131,11 @@ CUniqueIcon CAlphaIcon::ApplyOverlay(const CAlphaIcon& overlay) noexcept {
     const CTraceScope scope("CAlphaIcon::ApplyOverlay");
     if (IsEmpty() || overlay.IsEmpty())
         return {};
-    const auto view = [](auto& icon) {
-        return PixelView{static_cast<std::uint32_t>(icon.m_width),
-                         static_cast<std::uint32_t>(icon.m_height), std::span(icon.m_pixels)};
+    const auto view = []<class Byte>(const CAlphaIcon& icon, std::span<Byte> bytes) {
+        return PixelView<Byte>{static_cast<std::uint32_t>(icon.m_width),
+                               static_cast<std::uint32_t>(icon.m_height), bytes};
     };
-    BlendOver(view(overlay), view(*this));
+    BlendOver(view(overlay, std::span(overlay.m_pixels)), view(*this, std::span(m_pixels)));
 
     const auto rows = static_cast<UINT>(m_height);
     BitmapInfo info(m_width, m_height, 32);

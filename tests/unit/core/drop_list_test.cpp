@@ -12,7 +12,7 @@
 namespace tarnwell {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 std::string Header(std::uint32_t offset, bool wide) {
     std::string header(20, '\0');

@@ -10,7 +10,7 @@
 namespace tarnwell::test {
 namespace {
 
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 using Sent = decltype(CRecordingServices::sent);
 
 TEST_F(ContextMenuTest, TakesAndReportsTheSelectionInItsOrder) {

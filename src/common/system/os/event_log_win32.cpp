@@ -31,6 +31,7 @@ void CWinEventLog::Report(const CEvent& event) noexcept try {
     const std::size_t count = std::min(event.arguments.Count(), kMostTexts);
     std::vector<CUTF16String> texts;
     std::vector<const wchar_t*> units;
+    units.reserve(count);
     for (std::size_t i = 0; i < count; ++i)
         texts.push_back(event.arguments.Argument(i).Sub(0, kMostUnits));
     for (const CUTF16String& text : texts)

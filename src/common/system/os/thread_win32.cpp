@@ -22,12 +22,14 @@ CEvent MakeEvent(std::uint32_t identifier, const char16_t* call, std::uint32_t n
 
 EThreadError EThreadError::FailedCall(const char16_t* call, std::uint32_t error) {
     CEvent event = MakeEvent(kEventSystemCallFailed, call, error);
-    return {Utf8FromUtf16(event.arguments.Format(u"%1 failed with error %2.")), std::move(event)};
+    const auto text = Utf8FromUtf16(event.arguments.Format(u"%1 failed with error %2."));
+    return {text, std::move(event)};
 }
 
 EThreadError EThreadError::FailedWait(std::uint32_t result) {
     CEvent event = MakeEvent(kEventUnexpectedResult, kWait, result);
-    return {Utf8FromUtf16(event.arguments.Format(u"%1 returned %2.")), std::move(event)};
+    const auto text = Utf8FromUtf16(event.arguments.Format(u"%1 returned %2."));
+    return {text, std::move(event)};
 }
 
 CThread::~CThread() {
@@ -56,8 +58,8 @@ std::uint32_t CThread::RunGuarded() noexcept try { return Run(); } catch (...) {
     return kNoExitCode;
 }
 
-DWORD WINAPI CThread::Entry(void* parameter) noexcept {
-    auto* const thread = static_cast<CThread*>(parameter);
+DWORD WINAPI CThread::Entry(void* self) noexcept {
+    auto* const thread = static_cast<CThread*>(self);
     const bool isAbandoned = thread->m_isTaken.exchange(true);
     const std::uint32_t code = isAbandoned ? kNoExitCode : thread->RunGuarded();
     // The owner may start another thread in the same object from here on.

@@ -74,7 +74,7 @@ protected:
     void Finish() noexcept;
 
 private:
-    static DWORD WINAPI Entry(void* thread) noexcept;
+    static DWORD WINAPI Entry(void* self) noexcept;
     std::uint32_t RunGuarded() noexcept;
 
     ThreadSystem m_system;

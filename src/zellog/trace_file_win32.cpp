@@ -49,7 +49,7 @@ std::wstring TracePath() noexcept try {
 /// Never destroyed: the last lines may come while other modules are being unloaded.
 union UTraceFile {
     UTraceFile() noexcept : file(TracePath()) {}
-    ~UTraceFile() {}
+    ~UTraceFile() {}  // NOLINT(modernize-use-equals-default): that would be deleted
     CRollingFile file;
 };
 

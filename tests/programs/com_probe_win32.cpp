@@ -33,7 +33,7 @@ void Create(const wchar_t* server, const wchar_t* classText, bool hold) {
     if (object) {
         if (hold) {
             std::printf(" holding\n");
-            std::fflush(stdout);
+            (void)std::fflush(stdout);
             while (std::getchar() != EOF) {
             }
         }

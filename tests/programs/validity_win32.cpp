@@ -25,7 +25,7 @@ public:
         const std::optional<std::uint32_t> errors = System().ErrorStatus(der);
         char text[16] = " -";
         if (errors)
-            std::snprintf(text, sizeof text, " 0x%08X", static_cast<unsigned>(*errors));
+            (void)std::snprintf(text, sizeof text, " 0x%08X", static_cast<unsigned>(*errors));
         m_answers += text;
         return errors;
     }
@@ -48,11 +48,12 @@ void Judge(const CUTF16String& path) {
 
 std::string s_messages;
 
+// NOLINTNEXTLINE(cert-dcl50-cpp): the interface is variadic.
 void Hear(const char* format, ...) {
     char text[256];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
+    (void)std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     (s_messages += " ") += text;
 }

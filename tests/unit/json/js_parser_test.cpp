@@ -41,8 +41,8 @@ std::string Show(const CJSValue& value) {
 struct Case {
     std::string text;
     std::string shown;
-    std::string rest = "";
-    std::string printed = "";
+    std::string rest = {};
+    std::string printed = {};
 };
 
 void ExpectAll(std::initializer_list<Case> cases) {

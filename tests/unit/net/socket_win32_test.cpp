@@ -10,7 +10,7 @@ TEST(Socket, StaysOutOfStartedPrograms) {
     StartSockets();
     const CUniqueSocket socket(OpenSocket());
     DWORD flags = HANDLE_FLAG_INHERIT;
-    EXPECT_TRUE(GetHandleInformation(reinterpret_cast<HANDLE>(socket.Get()), &flags));  // NOLINT
+    EXPECT_TRUE(GetHandleInformation(reinterpret_cast<HANDLE>(socket.Get()), &flags));
     EXPECT_EQ(flags & HANDLE_FLAG_INHERIT, 0u);
 }
 

@@ -19,7 +19,7 @@ constexpr std::time_t kNoon = 1709208000;     // 2024-02-29 12:00:00 UTC
 CISOString RuntimeText(std::time_t moment, unsigned codePage) {
     char text[80] = {};
     wchar_t wide[80] = {};
-    std::strftime(text, sizeof text, "%c", std::localtime(&moment));
+    EXPECT_NE(std::strftime(text, sizeof text, "%c", std::localtime(&moment)), 0u);
     MultiByteToWideChar(codePage, 0, text, -1, wide, static_cast<int>(std::size(wide)));
     return Utf8FromUtf16(Units(wide));
 }
@@ -43,7 +43,7 @@ TEST(LocalTimeText, IsTheRuntimeLibrarysInEveryCodePage) {
         for (const std::time_t moment : {kMorning, kNoon})
             EXPECT_EQ(LocalTimeText(moment, row.name), RuntimeText(moment, row.codePage));
     }
-    std::setlocale(LC_ALL, before.c_str());
+    ASSERT_TRUE(std::setlocale(LC_ALL, before.c_str()));
     EXPECT_NE(LocalTimeText(kNoon, "el-GR").Find("μ.μ."), CISOString::npos);
     EXPECT_EQ(LocalTimeText(kNoon), LocalTimeText(kNoon, "en-US"));
     EXPECT_EQ(std::setlocale(LC_ALL, nullptr), before);

@@ -10,7 +10,7 @@ namespace {
 
 /// MakeIcon makes an icon of `side` × `side` pixels; side is even.
 CUniqueIcon MakeIcon(int side, const Picture& colours, const Mask& mask) {
-    const auto rowBytes = static_cast<std::size_t>((side + 15) / 16 * 2);
+    const std::size_t rowBytes = (static_cast<std::size_t>(side) + 15) / 16 * 2;
     std::vector<std::uint8_t> bits(rowBytes * static_cast<std::size_t>(side));
     for (std::size_t i = 0; i < mask.size(); ++i) {
         const std::size_t x = i % static_cast<std::size_t>(side);
@@ -56,7 +56,7 @@ TEST(CAlphaIcon, TakesItsAlphaFromTheMaskAndKeepsWhatIsTransparentInBoth) {
 
 TEST(CAlphaIcon, LaysAnOverlayOfAnotherSizeAtTheTopLeftCorner) {
     for (const int side : {2, 8}) {
-        const auto area = static_cast<std::size_t>(side * side);
+        const std::size_t area = static_cast<std::size_t>(side) * static_cast<std::size_t>(side);
         const CUniqueIcon icon = MakeIcon(4, Picture(16, 0xFFFFFFFF), Mask(16, 1));
         const CUniqueIcon over = MakeIcon(side, Picture(area, 0xFF000000), Mask(area, 0));
         CAlphaIcon picture(icon.Get());

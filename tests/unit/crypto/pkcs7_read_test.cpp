@@ -119,7 +119,7 @@ TEST(CPKCS7, DigestAlgorithmsCountOnceEachAndUpToALimit) {
         Size(7200, 200), [](int i) { return OBJ_nid2obj(i % 2 ? NID_sha256 : NID_sha384); }));
     EXPECT_TRUE(FirstVerifies(repeated));
     EXPECT_EQ(sk_X509_ALGOR_num(repeated->GetPKCS7()->d.sign->md_algs), 2);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(Size(5, 60)));
 
     CPKCS7Request different(withAlgorithms(64, [](int i) {
         return OBJ_txt2obj(("1.3.6.1.4.1.55555." + std::to_string(i)).c_str(), 1);

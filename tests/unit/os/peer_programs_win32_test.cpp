@@ -111,13 +111,13 @@ TEST(NotifyManager, SendsBothTextsToTheManagersWindow) {
 }
 
 TEST(NotifyManager, WaitsForAHungManagerNoLongerThanHalfASecond) {
-    test::CPeerProcess manager("window 2000");
+    test::CPeerProcess manager("window 4000");
     ASSERT_NE(manager.ReadLine(), "");
     const auto start = std::chrono::steady_clock::now();
     NotifyManager("", "");
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
     EXPECT_GE(taken.count(), 0.45);
-    EXPECT_LT(taken.count(), 1.5);  // a busy machine adds to the 0.5 s, the hung window must not
+    EXPECT_LT(taken.count(), 3);  // a busy machine adds to the 0.5 s, the hung window must not
     EXPECT_EQ(manager.ReadLine(), "10 1 0 |");
 }
 

@@ -40,7 +40,7 @@ fuzz: ## every fuzz target for FUZZ_SECONDS (60 by default) seconds
 	@scripts/setup.sh fuzz
 	@scripts/fuzz.sh $(FUZZ_SECONDS)
 
-lint: ## layout and static checks of the sources (some minutes)
+lint: ## layout and static checks of the sources (half an hour at first, then what changed)
 	@scripts/setup.sh mingw native lint
 	@scripts/lint.sh
 

@@ -232,7 +232,7 @@ TEST_F(ContextMenuTest, RefusesVerbsGivenAsText) {
         info.lpVerb = test.verb;
         info.lpVerbW = test.wideVerb;
         info.cbSize = test.size;
-        const auto start = reinterpret_cast<CMINVOKECOMMANDINFO*>(&info);
+        auto* const start = reinterpret_cast<CMINVOKECOMMANDINFO*>(&info);
         EXPECT_EQ(handler->InvokeCommand(start), test.result);
     }
     EXPECT_EQ(services.sent, Sent(4, {kActionEncrypt, {u"C:\\a, b.txt"}}));

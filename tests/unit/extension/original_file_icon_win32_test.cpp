@@ -30,6 +30,10 @@ std::string Load(HKEY classes, std::u16string_view extension = u"x") {
     return Shown(large, 48) + " " + Shown(little, 16);
 }
 
+std::string Both(const std::string& shown) {
+    return shown + " " + shown;
+}
+
 const CUTF16String kProgram = ProgramPath();
 
 TEST(OriginalFileIcon, IsWhatTheTypesDefaultIconSaysOrElseTheShells) {
@@ -77,8 +81,7 @@ TEST(OriginalFileIcon, IsWhatTheTypesDefaultIconSaysOrElseTheShells) {
                        reinterpret_cast<const BYTE*>(test.text.CStr()),
                        static_cast<DWORD>(2 * test.text.Length() + 2 - test.cut));
         const CTraceListener trace;
-        const std::string shown = test.shown ? test.shown : "shell";
-        EXPECT_EQ(Load(classes.Root()), shown + " " + shown);
+        EXPECT_EQ(Load(classes.Root()), Both(test.shown ? test.shown : "shell"));
         EXPECT_EQ(trace.Messages(),
                   std::vector<std::string>(test.shown ? 0 : 1, "Default ICON choosen"));
         EXPECT_EQ(trace.Lines().front() + "/" + trace.Lines().back(),

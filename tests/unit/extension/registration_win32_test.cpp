@@ -45,7 +45,7 @@ protected:
     }
     HKEY Root() const { return m_classes.Root(); }
 
-    const test::CScratchClasses m_classes;
+    const test::CScratchClasses m_classes{};
 };
 
 constexpr RegistrationRow kRows[] = {

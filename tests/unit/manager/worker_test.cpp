@@ -26,6 +26,7 @@ class Worker : public testing::Test {
 protected:
     std::size_t Work(CPKCS7_TYPE action, const std::vector<std::string>& names) {
         std::vector<std::u16string> paths;
+        paths.reserve(names.size());
         for (const std::string& name : names)
             paths.emplace_back(test::Utf16(m_folder / name).AsView());
         const CLog log(1, [this](std::string_view line) { m_log += line; });

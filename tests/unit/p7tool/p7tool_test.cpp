@@ -26,12 +26,13 @@ std::string Contents(std::FILE* file) {
     std::string text(static_cast<std::size_t>(std::ftell(file)), '\0');
     std::rewind(file);
     text.resize(std::fread(text.data(), 1, text.size(), file));
-    std::fclose(file);
+    EXPECT_EQ(std::fclose(file), 0);
     return text;
 }
 
 Result Called(const std::vector<std::string>& words) {
     std::vector<CUTF16String> arguments;
+    arguments.reserve(words.size());
     for (const std::string& word : words)
         arguments.push_back(Utf16FromUtf8(word));
     std::FILE* out = std::tmpfile();

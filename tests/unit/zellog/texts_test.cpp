@@ -41,6 +41,7 @@ TEST(TraceFormat, HoldsEveryWidthPrecisionAndTextToALine) {
     EXPECT_FALSE(BoundFormat("%s", small, sizeof small));
 }
 
+// NOLINTNEXTLINE(cert-dcl50-cpp): the interface is variadic.
 std::string Formatted(const char* format, ...) {
     char text[kTraceTextSize];
     std::va_list arguments;

@@ -128,7 +128,7 @@ bool Write(const char* path, const std::string& text) {
 
 int main(int argc, char** argv) {
     if (argc != 2) {
-        std::fputs("registry_rows FILE: writes the installer's registry rows\n", stderr);
+        (void)std::fputs("registry_rows FILE: writes the installer's registry rows\n", stderr);
         return 2;
     }
     try {
@@ -137,9 +137,9 @@ int main(int argc, char** argv) {
         EventSource(statements);
         if (Write(argv[1], statements.Text()))
             return 0;
-        std::fprintf(stderr, "registry_rows: %s cannot be written\n", argv[1]);
+        (void)std::fprintf(stderr, "registry_rows: %s cannot be written\n", argv[1]);
     } catch (const std::exception& problem) {
-        std::fprintf(stderr, "registry_rows: %s\n", problem.what());
+        (void)std::fprintf(stderr, "registry_rows: %s\n", problem.what());
     }
     return 1;
 }

@@ -135,7 +135,7 @@ bool* FlagOf(Arguments& arguments, std::string_view name) {
 std::string TakeGiven(Arguments& arguments, const CommandName& command, std::string_view text) {
     const std::size_t equals = text.find('=');
     const bool hasValue = equals != std::string_view::npos;
-    const std::string name(text.substr(0, equals));
+    std::string name(text.substr(0, equals));
     if (command.options.find(" " + name + " ") == std::string_view::npos)
         throw EUsage(std::string(command.name) + " has no option \"" + name + "\"");
     if (bool* const flag = FlagOf(arguments, name)) {

@@ -20,7 +20,7 @@ CUTF16String EarlierProgram(const CUTF16String& program) {
         if (program[at] != u' ')
             continue;
         for (const char16_t* ending : {u"", u".exe"}) {
-            const CUTF16String candidate = program.Sub(0, at) + ending;
+            CUTF16String candidate = program.Sub(0, at) + ending;
             if (FileExists(candidate))
                 return candidate;
         }

@@ -5,6 +5,7 @@
 
 #include <map>
 #include <set>
+#include <sstream>
 
 #include "support/temp_folder.h"
 
@@ -128,11 +129,10 @@ TEST_F(CRollingFileTest, SeveralProcessesRollOneFileWithoutLosingOrMixingLines) 
     wchar_t program[1024];
     GetModuleFileNameW(nullptr, program, 1024);
     SetEnvironmentVariableW(L"ROLLING_FILE", m_path.c_str());
-    std::vector<std::intptr_t> writers;
-    for (int i = 0; i < kWriters; ++i)
-        writers.push_back(_wspawnl(_P_NOWAIT, program, L"writer",
-                                   L"--gtest_also_run_disabled_tests",
-                                   L"--gtest_filter=*WritesManyLinesIntoSmallFiles", nullptr));
+    std::intptr_t writers[kWriters];
+    for (std::intptr_t& writer : writers)
+        writer = _wspawnl(_P_NOWAIT, program, L"writer", L"--gtest_also_run_disabled_tests",
+                          L"--gtest_filter=*WritesManyLinesIntoSmallFiles", nullptr);
     for (const std::intptr_t writer : writers)
         _cwait(nullptr, writer, 0);
     EXPECT_THAT(Names(), ElementsAre(kName, "trace.log.1", "trace.log.2", "trace.log.3"));
@@ -143,7 +143,7 @@ TEST_F(CRollingFileTest, SeveralProcessesRollOneFileWithoutLosingOrMixingLines) 
         for (std::size_t at = 0; at < bytes.size(); at += 100) {
             unsigned process = 0;
             int line = -1;
-            ASSERT_EQ(std::sscanf(bytes.c_str() + at, "%u %d", &process, &line), 2);
+            ASSERT_TRUE(std::istringstream(bytes.substr(at, 100)) >> process >> line);
             ASSERT_EQ(line, next[process]++) << process << " in " << name;
             ASSERT_EQ(bytes[at + 99], '\n');
         }

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <regex>
+#include <sstream>
 #include <thread>
 
 #include "common/system/trace/trace.h"
@@ -88,8 +89,9 @@ TEST_F(CZelLogTest, LinesTellProcessThreadDepthAndText) {
     EXPECT_THAT(Texts(), ElementsAre("> CContextMenu::InvokeCommand", "  > Lang::operator[]",
                                      "    . filled: 5", "> other thread", "  < Lang::operator[]",
                                      "< CContextMenu::InvokeCommand", "< (null)"));
+    std::string time;
     unsigned process = 0, thread = 0;
-    EXPECT_EQ(std::sscanf(ReadBytes(m_file).c_str(), "%*s %u %u", &process, &thread), 2);
+    EXPECT_TRUE(std::istringstream(ReadBytes(m_file)) >> time >> process >> thread);
     EXPECT_EQ(process, GetCurrentProcessId());
     EXPECT_EQ(thread, GetCurrentThreadId());
 }

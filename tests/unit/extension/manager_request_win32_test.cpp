@@ -3,6 +3,7 @@
 #include "common/system/os/process_counts.h"
 #include "common/system/text/convert.h"
 #include "common/system/text/exception.h"
+#include "support/heap_checks.h"
 #include "support/temp_folder.h"
 #include "support/trace_listener.h"
 
@@ -94,6 +95,8 @@ TEST_F(SendToServerTest, EveryKindOfManagerEndsAsDescribedAndLeavesNoHandleOpen)
         std::ranges::transform(lines, lines.begin(), Masked);
         EXPECT_EQ(lines, expected);
 
+        if (test::UnderHeapChecks())
+            continue;  // counting walks the heap, which takes seconds where each step is checked
         const std::uint64_t handles = CountProcess().handles;
         ASSERT_NE(handles, 0u);
         SendToServer(kActionEncrypt, kFiles, m_surroundings);  // a second one shows every leak

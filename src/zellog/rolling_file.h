@@ -28,9 +28,15 @@ public:
     static constexpr int kOldFiles = 3;
     static constexpr std::size_t kLongestLine = 4096;  ///< bytes; room kept free for one
 
-    /// Opens or makes `path`, unless it names a pipe or a device. Its old files stand beside it, so
-    /// the folder has to allow making, renaming and deleting; where it does not, the file grows on.
-    explicit CRollingFile(std::wstring path, std::uint64_t limit = kLimit) noexcept;
+    /// Tells by its first bytes, at most kStartLength, whether a file that is there is one of ours.
+    using IsOurs = bool (*)(std::string_view start) noexcept;
+    static constexpr std::size_t kStartLength = 32;
+
+    /// Opens or makes `path`, unless it names a pipe, a device or a file that `isOurs` (null: takes
+    /// any) refuses. Its old files stand beside it, so the folder has to allow making, renaming and
+    /// deleting; where it does not, the file grows on.
+    explicit CRollingFile(std::wstring path, std::uint64_t limit = kLimit,
+                          IsOurs isOurs = nullptr) noexcept;
 
     bool IsOpen() const noexcept { return static_cast<bool>(m_file); }
 
@@ -43,6 +49,7 @@ private:
     using CFile = CUnique<RollingFileHandle>;
 
     CFile Open() const noexcept;
+    bool IsTaken(HANDLE file) const noexcept;
     bool IsFull() const noexcept;
     CFile NextFile() noexcept;
     bool Rotate() const;
@@ -50,6 +57,7 @@ private:
 
     std::wstring m_path;
     std::uint64_t m_limit;
+    IsOurs m_isOurs;
     CFile m_file;
     SRWLOCK m_turn = SRWLOCK_INIT;
     std::atomic<bool> m_waitsForThreads = true;  ///< false once another thread has kept it too long

@@ -103,8 +103,8 @@ bool IsSame(HANDLE a, HANDLE b) noexcept {
 
 }  // namespace
 
-CRollingFile::CRollingFile(std::wstring path, std::uint64_t limit) noexcept
-    : m_path(std::move(path)), m_limit(limit), m_file(Open()) {}
+CRollingFile::CRollingFile(std::wstring path, std::uint64_t limit, IsOurs isOurs) noexcept
+    : m_path(std::move(path)), m_limit(limit), m_isOurs(isOurs), m_file(Open()) {}
 
 CRollingFile::CFile CRollingFile::Open() const noexcept {
     // Append access without write access makes every write go to the end, whoever else writes; read
@@ -113,7 +113,18 @@ CRollingFile::CFile CRollingFile::Open() const noexcept {
         m_path.c_str(), FILE_APPEND_DATA | FILE_GENERIC_READ,
         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
         FILE_ATTRIBUTE_NORMAL | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr));
-    return file && IsFile(file.Get()) ? std::move(file) : CFile();
+    return file && IsFile(file.Get()) && !IsTaken(file.Get()) ? std::move(file) : CFile();
+}
+
+/// IsTaken tells whether a file is somebody's: named by mistake, or by somebody who may not write
+/// there and has a program do it that may.
+bool CRollingFile::IsTaken(HANDLE file) const noexcept {
+    LARGE_INTEGER size{};
+    if (!m_isOurs || (GetFileSizeEx(file, &size) && size.QuadPart == 0))
+        return false;
+    char start[kStartLength];
+    DWORD length = 0;
+    return !ReadFile(file, start, sizeof start, &length, nullptr) || !m_isOurs({start, length});
 }
 
 /// The answer depends on the file alone, not on the line: a file that is full for one writer is so

@@ -3,7 +3,8 @@
 // The trace file, written only where somebody asked for it before the first call came: the
 // environment variable TARNWELL_TRACE names it, or else the text value TraceFile of the machine's
 // settings key (HKEY_LOCAL_MACHINE\Software\Quorva; "%TEMP%" and the like are filled in where the
-// value's type says so). Several processes may name the same one. Any thread may call.
+// value's type says so). Whatever stands there already and is no trace is left alone. Several
+// processes may name the same file. Any thread may call.
 
 #include <atomic>
 

@@ -7,6 +7,7 @@
 
 #include "keep_last_error.h"
 #include "rolling_file.h"
+#include "trace_start.h"
 
 namespace tarnwell::zellog {
 
@@ -46,9 +47,11 @@ std::wstring TracePath() noexcept try {
     return {};
 }
 
+static_assert(kTraceStart.size() <= CRollingFile::kStartLength);
+
 /// Never destroyed: the last lines may come while other modules are being unloaded.
 union UTraceFile {
-    UTraceFile() noexcept : file(TracePath()) {}
+    UTraceFile() noexcept : file(TracePath(), CRollingFile::kLimit, &IsTraceStart) {}
     ~UTraceFile() {}  // NOLINT(modernize-use-equals-default): that would be deleted
     CRollingFile file;
 };

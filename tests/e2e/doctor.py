@@ -176,6 +176,11 @@ BROKEN = {
         lambda: registry("[HKEY_LOCAL_MACHINE\\Software\\Quorva]", '"TraceFile"="C:\\\\no\\\\t.log"',
                          undo=["[-HKEY_LOCAL_MACHINE\\Software\\Quorva]"]),
         warns("trace"), "make its folder"),
+    "trace into a file of something else": (
+        lambda: registry("[HKEY_LOCAL_MACHINE\\Software\\Quorva]",
+                         '"TraceFile"="C:\\\\windows\\\\win.ini"',
+                         undo=["[-HKEY_LOCAL_MACHINE\\Software\\Quorva]"]),
+        warns("trace"), "name another file"),
     "trace library removed": (lambda: file(DLL.parent / "zelLog.dll", removed), warns("trace"),
                               "zelLog.dll beside the DLL"),
     "memory not to be locked": (unlocked, warns("secure zone"), "working set"),

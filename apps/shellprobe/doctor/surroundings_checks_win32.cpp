@@ -6,6 +6,7 @@
 #include "common/system/os/owners_win32.h"
 #include "common/system/os/settings_win32.h"
 #include "shellprobe/doctor/checks.h"
+#include "zellog/trace_start.h"
 
 namespace tarnwell::shellprobe {
 namespace {
@@ -48,7 +49,7 @@ void CheckTrace(const Installation& installation, CReport& report) {
         return report.Ok(kCheck,
                          "off (the text value TraceFile of HKEY_LOCAL_MACHINE\\Software\\Quorva "
                          "names a file to turn it on)");
-    const CUniqueFile file(CreateFileW(Wide(goal.path), FILE_APPEND_DATA,
+    const CUniqueFile file(CreateFileW(Wide(goal.path), FILE_APPEND_DATA | FILE_GENERIC_READ,
                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                        nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     const DWORD error = GetLastError();
@@ -58,6 +59,14 @@ void CheckTrace(const Installation& installation, CReport& report) {
             "asked for but not written: " + Shown(goal.path) + " cannot be opened, " +
                 ErrorText(error),
             "make its folder and let the users write there, or change " + std::string(goal.why));
+    char start[zellog::kTraceStart.size()];
+    DWORD length = 0;
+    if (!ReadFile(file.Get(), start, sizeof start, &length, nullptr) ||
+        !zellog::IsTraceStart({start, length}))
+        return report.Warn(kCheck,
+                           "asked for but not written: " + Shown(goal.path) +
+                               " is there already and no trace, and is left alone",
+                           "name another file: change " + std::string(goal.why));
     report.Ok(kCheck,
               "on, written to " + Shown(goal.path) + " as asked by " + std::string(goal.why));
 }

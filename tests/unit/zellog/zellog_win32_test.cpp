@@ -153,6 +153,26 @@ TEST_F(CZelLogTest, TheSettingsTurnItOnWhereTheEnvironmentDoesNot) {
     EXPECT_THAT(Texts(), ElementsAre(". to the settings' file"));
 }
 
+TEST_F(CZelLogTest, AFileThatIsNoTraceIsLeftAlone) {
+    const std::string line = "2026-01-02T03:04:05.678Z  1234  5678 . text\r\n";
+    const struct {
+        std::string before;
+        bool isWritten;
+    } files[] = {{"", true},
+                 {line, true},
+                 {line.substr(0, 11), true},  // all that a full disk had room for
+                 {"[fonts]\r\n", false},
+                 {"2026-01-02 03:04:05.678  somebody else's log\r\n", false},
+                 {std::string(30, '\0'), false}};
+    for (const auto& [before, isWritten] : files) {
+        m_folder.Write("trace.log", before);
+        Load().traceString("text");
+        Unload();
+        EXPECT_EQ(ReadBytes(m_file).size() > before.size(), isWritten) << before;
+        EXPECT_TRUE(ReadBytes(m_file).starts_with(before)) << before;
+    }
+}
+
 TEST_F(CZelLogTest, AFullDiskCostsNothingButTheLines) {
     SetEnvironmentVariableW(L"TARNWELL_TRACE", L"Z:\\dev\\full");
     const TraceLibrary library = Load();

@@ -183,6 +183,10 @@ class Installation(unittest.TestCase):
         self.assertEqual(file_version(drive() / folder / "bin/Tarnwell.dll"),
                          OLDER if version == "old" else VERSION)
         self.probe(folder)
+        if manager and version == "new":
+            doctor = wine(drive() / folder / "bin/shellprobe.exe", "doctor", "--wait=50",
+                          check=False)
+            self.assertEqual(doctor.returncode, 0, doctor.stdout)
         self.assertEqual(len(self.products()), 1)
 
     def probe(self, folder: str):
@@ -273,9 +277,6 @@ class Installation(unittest.TestCase):
         self.installed(version="old", folder=folder, manager=folder)
         self.msiexec("/i", NEW_PACKAGE, "ADDLOCAL=Main,Manager")
         self.installed(version="new", folder=folder, manager=folder)
-        (drive() / "a.txt").write_text("a")
-        menu = wine(drive() / folder / "bin/shellprobe.exe", "menu", "C:\\a.txt").stdout
-        self.assertIn('"Sign"', menu)  # the texts come from the archive, found from that folder
         self.msiexec("/x", NEW_PACKAGE)
         self.gone(folder)
 

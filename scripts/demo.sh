@@ -136,6 +136,8 @@ tell "The menu of an encrypted file offers to open it; the manager has the key a
     "The file that was encrypted has been edited since: it keeps its new content."
 printf 'Une autre journée.\r\n' >"$desk/été.txt"
 show_menu 'C:\Papers\été.txt (2).p7'
+popup 5-menu-encrypted 'C:\Papers\été.txt (2).p7'
+close_popup
 invoke 2 'C:\Papers\été.txt (2).p7'
 await "$desk/été (2).txt"
 cmp "$desk/été (2).txt" "$out/originals/été.txt" || fail "the recovered content differs"
@@ -177,11 +179,11 @@ Salaries.txt.p7m|signed and encrypted
 Bundle.txt.p7m|something else
 KINDS
 montage "${sheet[@]}" -tile 5x1 -geometry 144x144+8+8 -background white -font Liberation-Sans \
-    -pointsize 13 "$out/5-icons.png"
+    -pointsize 13 "$out/6-icons.png"
 rm "$out"/icon-*.png
-printf '   [picture: build/demo/5-icons.png]\n'
-"$root/scripts/contact-sheet" "$out/6-overlays.png" "$bin/../generated/icons"
-printf '   [picture: build/demo/6-overlays.png, every overlay at every size]\n'
+printf '   [picture: build/demo/6-icons.png]\n'
+"$root/scripts/contact-sheet" "$out/7-overlays.png" "$bin/../generated/icons"
+printf '   [picture: build/demo/7-overlays.png, every overlay at every size]\n'
 
 title "Tips that name the signer"
 tell "Hovering over a signed file asks for this, in the user's language."
@@ -208,11 +210,11 @@ for mode in large:1 small:2 details:3; do
     point_at 'Statement.pdf.p7'
     heard '"tip"'
     wait_for_change
-    picture "7-window-${mode%:*}-tip"
+    picture "8-window-${mode%:*}-tip"
     xdotool click 3
     heard '"menu"'
     wait_for_change
-    picture "7-window-${mode%:*}-menu"
+    picture "8-window-${mode%:*}-menu"
     xdotool key Escape
     heard '"chosen":null'
 done
@@ -222,10 +224,10 @@ title "What the user sees when the manager is missing"
 end_server "$prefix"
 manager="$prefix/drive_c/Program Files (x86)/Quorva/Tarnwell/bin/Corvane.exe"
 mv "$manager" "$manager.away"
-popup 8-choosing-sign "$one"
+popup 9-choosing-sign "$one"
 click 100 75
 wait_for_change
-picture 9-manager-missing +61+61
+picture 10-manager-missing +61+61
 xdotool key Return
 wait "$popup_pid" || true
 tell "The same, as data:"

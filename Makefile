@@ -41,7 +41,7 @@ fuzz: ## every fuzz target for FUZZ_SECONDS (60 by default) seconds
 	@scripts/fuzz.sh $(FUZZ_SECONDS)
 
 lint: ## layout and static checks of the sources (half an hour at first, then what changed)
-	@scripts/setup.sh mingw native lint
+	@scripts/setup.sh mingw native fuzz bench lint
 	@scripts/lint.sh
 
 coverage: ## the share of src/ that the tests of both builds run (6 minutes)

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks layout (clang-format), the C++ sources (clang-tidy, for both builds) and the scripts
+# Checks layout (clang-format), the C++ sources (clang-tidy, for every build) and the scripts
 # (shellcheck). Changes nothing.
 #
 #   scripts/lint.sh [FILE...]      all files by default
@@ -24,7 +24,7 @@ mapfile -t scripts < <(grep -rlE '^#!.*bash|shellcheck shell=' scripts packaging
 shellcheck -S warning -e SC2154 "${scripts[@]}" || status=1
 
 # tidy PRESET ARGUMENT...: those of the sources to come that the preset builds, with its own flags.
-# One that both build is checked once: it has no other code for Windows.
+# One that several build is checked once: it has no other code for Windows.
 waiting=("${files[@]}")
 tidy() {
     local preset=$1 chosen=() others=() file
@@ -45,8 +45,10 @@ tidy() {
         xargs -0 -P "$(nproc)" -I '{}' scripts/tidy.sh "build/$preset" '{}' "$@" || status=1
 }
 mkdir -p build
-"$root/scripts/setup.sh" mingw native
+"$root/scripts/setup.sh" mingw native fuzz bench
 tidy native-asan
+tidy native # the benchmarks, for which only release builds have a place
+tidy fuzz
 
 # The cross compiler's C++ library, which clang does not find by itself. Not its own compiler
 # headers: clang has to take those that belong to clang.
@@ -55,9 +57,11 @@ while read -r folder; do
     includes+=(--extra-arg=-isystem --extra-arg="$folder")
 done < <(x86_64-w64-mingw32-g++-posix -E -x c++ - -v </dev/null 2>&1 |
     sed -n '/#include <...>/,/End of search/{/^ /p}' | grep -vE '/include-fixed$|x86_64-w64-mingw32/[^/]*/include$')
-tidy windows-debug --extra-arg=--target=x86_64-w64-mingw32 "${includes[@]}"
+for preset in windows-debug windows; do
+    tidy "$preset" --extra-arg=--target=x86_64-w64-mingw32 "${includes[@]}"
+done
 mapfile -t waiting < <(printf '%s\n' "${waiting[@]}" | grep '\.cpp$')
-((${#waiting[@]} == 0)) || say "Of these, which neither preset builds, only the layout: ${waiting[*]}"
+((${#waiting[@]} == 0)) || say "Of these, which no preset builds, only the layout: ${waiting[*]}"
 
 ((status == 0)) || die "there are findings (above)"
 say "No findings"

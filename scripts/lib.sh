@@ -18,14 +18,15 @@ die() {
     exit 1
 }
 
-# tell_from LOG: from now on every 20 s the last line of LOG, so that nobody wonders whether anything
-# happens; until stop_telling or the script's end.
+# tell_from LOG: from now on every 20 s the last line of LOG (of a compiler's command what it makes),
+# so that nobody wonders whether anything happens; until stop_telling or the script's end.
 tell_from() {
     local log=$1 begin=$SECONDS
     exec {telling}> >(
         # Nothing is written to this pipe. That it ends is what ends the telling.
         until read -r -t 20 _ || (($? <= 128)); do
-            printf '   … %d s: %s\n' $((SECONDS - begin)) "$(tail -n 1 "$log" | cut -c 1-80)" >&2
+            printf '   … %d s: %s\n' $((SECONDS - begin)) \
+                "$(tail -n 1 "$log" | sed -E 's/^.* -o ([^ ]+) .*/\1/' | cut -c 1-80)" >&2
         done
     )
 }

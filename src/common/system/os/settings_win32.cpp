@@ -141,7 +141,11 @@ bool CSettingsKey::DeleteKey(const CUTF16String& path) const noexcept {
 }
 
 const CSettingsKey& SettingsKey() {
-    static const CSettingsKey key = CSettingsKey::Create(HKEY_LOCAL_MACHINE, kSettingsPath);
+    static const CSettingsKey key = [] {
+        CSettingsKey made = CSettingsKey::Create(HKEY_LOCAL_MACHINE, kSettingsPath);
+        return made.IsOpen() ? std::move(made)
+                             : CSettingsKey::Open(HKEY_LOCAL_MACHINE, kSettingsPath);
+    }();
     return key;
 }
 

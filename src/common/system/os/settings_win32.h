@@ -56,7 +56,8 @@ private:
 };
 
 /// SettingsKey is Software\Quorva of the machine, opened (made, if need be) on the first call and
-/// kept for the life of the process; not open where the user may not.
+/// kept for the life of the process. Few users may write there: for the others it is open for
+/// reading, if it is there.
 const CSettingsKey& SettingsKey();
 
 }  // namespace tarnwell

@@ -15,9 +15,12 @@ public:
 
     void Release(void* base, std::size_t size) noexcept override {
         // The call with the size is the maker's; where the system insists on zero there, the
-        // second one keeps an unloaded module or an idle zone from staying behind, locked.
+        // second one keeps an unloaded module or an idle zone from staying behind, locked. A
+        // string may go between somebody's failed call and the look at its error.
+        const DWORD error = GetLastError();
         if (!VirtualFree(base, size, MEM_RELEASE))
             VirtualFree(base, 0, MEM_RELEASE);
+        SetLastError(error);
     }
 
     bool Lock(void* base, std::size_t size) noexcept override {

@@ -79,15 +79,19 @@ CISOString PercentDecode(std::string_view text) {
     return decoded;
 }
 
-CISOString PercentDecode(const char* text) {
-    return text ? PercentDecode(std::string_view(text)) : CISOString();
-}
-
 std::vector<std::uint8_t> PercentDecodeBytes(std::string_view text) {
     std::vector<std::uint8_t> decoded;
     decoded.reserve(text.size());
     Decode(text, [&](std::uint8_t byte) { decoded.push_back(byte); });
     return decoded;
+}
+
+CISOString PercentDecode(const char* text) {
+    return PercentDecode(std::string_view(text ? text : ""));
+}
+
+std::vector<std::uint8_t> PercentDecodeBytes(const char* text) {
+    return PercentDecodeBytes(std::string_view(text ? text : ""));
 }
 
 }  // namespace tarnwell

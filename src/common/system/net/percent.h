@@ -23,10 +23,11 @@ CISOString PercentEncode(std::string_view bytes);
 /// the first character that is no hexadecimal digit, and nothing readable gives the byte zero.
 CISOString PercentDecode(std::string_view text);
 
-/// PercentDecode of a C string; null gives the empty text.
-CISOString PercentDecode(const char* text);
-
 /// PercentDecodeBytes decodes as PercentDecode does, into bytes.
 std::vector<std::uint8_t> PercentDecodeBytes(std::string_view text);
+
+/// Both take a C string too; null is the empty text.
+CISOString PercentDecode(const char* text);
+std::vector<std::uint8_t> PercentDecodeBytes(const char* text);
 
 }  // namespace tarnwell

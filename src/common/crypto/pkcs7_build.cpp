@@ -70,7 +70,6 @@ CPKCS7_ERROR CPKCS7Build::Fail(const char* message, CPKCS7_ERROR code) noexcept 
 }
 
 CPKCS7_ERROR CPKCS7Build::Build(const CUTF16String& inputPath, CUTF16String outputPath) {
-    m_error = CPKCS7_ERROR::NONE;
     m_written = false;
     if (inputPath.IsEmpty())
         return Fail("You cannot build a file without a file duh.", CPKCS7_ERROR::ERROR_PK_PARAMS);

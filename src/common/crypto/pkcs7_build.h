@@ -39,7 +39,8 @@ public:
     /// empty is the input's path with ".p7" appended. Returns NONE or the code of the failure:
     /// 0x3 no input path, 0x50 no signer or recipient, 0x1 unreadable input, 0x2 and 0x12 OpenSSL,
     /// 0x10 for an exception while writing. A target that cannot be opened or written goes
-    /// unreported: ask WasWritten. Throws CPKCS7_ERROR 0x2 if a BIO cannot be flushed.
+    /// unreported: ask WasWritten. Throws CPKCS7_ERROR 0x2 if a BIO cannot be flushed. A request
+    /// that has failed goes on failing with its code: make a new one for a new attempt.
     CPKCS7_ERROR Build(const CUTF16String& inputPath, CUTF16String outputPath);
 
     /// Error gives the code of the last failure.

@@ -23,7 +23,8 @@ const EVP_MD* LastOfType(CDigestView digests, int type) noexcept {
     return found;
 }
 
-/// Adds what the signed attributes still lack: the signing time and the content's digest.
+/// Adds what the signed attributes still lack, the signing time and the content's digest: those
+/// that PKCS7_dataFinal adds.
 bool CompleteAttributes(PKCS7_SIGNER_INFO* signer, BIO* chain) noexcept {
     if (!PKCS7_get_signed_attribute(signer, NID_pkcs9_signingTime) &&
         !PKCS7_add0_attrib_signing_time(signer, nullptr))

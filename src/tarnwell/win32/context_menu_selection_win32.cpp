@@ -54,6 +54,7 @@ private:
 };
 
 std::vector<CUTF16String> ReadNames(const CDropList& list) {
+    // The trace takes names as UTF-8, wide ones too.
     const char* const line =
         list.IsWide() ? "The files is wide, name is: %s" : "The files is not wide, name is: %s";
     std::vector<CUTF16String> files;

@@ -31,7 +31,8 @@ public:
     /// Extract draws the icons, of the sizes in the low and the high word of `iconSize` (pixels),
     /// which are then the caller's to destroy; either pointer may be null. `file` and `index` are
     /// not looked at. E_FAIL, nothing touched, without a GetIconLocation that read the file; E_FAIL
-    /// and null icons if a signed file cannot be read any more.
+    /// and null icons if a signed file cannot be read any more, or names signers and holds no
+    /// certificate at all: there is no verdict on it, and an icon without one would say too much.
     STDMETHODIMP Extract(LPCWSTR file, UINT index, HICON* largeIcon, HICON* smallIcon,
                          UINT iconSize) noexcept override;
 

@@ -34,8 +34,8 @@ std::optional<CUTF16String> Expanded(const wchar_t* text) {
     return CUTF16String(Units(expanded));
 }
 
-/// The default value of a key, its variables filled in where its type says so. Nothing if it is
-/// absent, empty, too long or no text.
+/// The default value of a key, with its variables filled in where its type says so, as the shell
+/// does before it looks for a file. Nothing if it is absent, empty, too long or no text.
 std::optional<CUTF16String> DefaultText(const CSettingsKey& key) {
     // Whoever wrote the value may have left out the terminator; one more zero stands behind it.
     std::array<wchar_t, kMaxValue + 2> text{};

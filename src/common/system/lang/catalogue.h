@@ -19,7 +19,7 @@ extern const char* const kSupportedLanguages[];
 /// is refused before anything is allocated for it.
 inline constexpr std::size_t kMaxCatalogueBytes = std::size_t{16} << 20;
 
-/// The largest archive that is read into memory.
+/// The largest archive that is read: the explorer holds the whole of it for every menu.
 inline constexpr std::size_t kMaxArchiveBytes = std::size_t{64} << 20;
 
 /// What a lookup gives when there is no such text.

@@ -31,8 +31,8 @@ public:
     /// After a failure lookups answer as before it. Windows builds only.
     bool Auto_extract_Resource_File() noexcept;
 
-    /// operator[] gives the text for a dotted key, UTF-8; "Undefined" where there is none (or no
-    /// memory for it), "" where the key names a group, a number or a truth value.
+    /// operator[] gives the text for a dotted key, UTF-8; "Undefined" where there is none, "" where
+    /// the key names a group, a number or a truth value, or where there is no memory.
     CISOString operator[](std::string_view key) const noexcept;
 
     /// Language is the chosen code, an entry of kSupportedLanguages.

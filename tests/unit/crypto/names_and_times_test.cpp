@@ -2,7 +2,7 @@
 
 #include "common/crypto/certificate_label.h"
 #include "common/crypto/pkcs7_error.h"
-#include "test_signer.h"
+#include "support/test_signer.h"
 
 namespace tarnwell {
 namespace {
@@ -35,16 +35,15 @@ TEST(GetNameLabel, TakesTheBestPartOfTheNameAsUtf8) {
 }
 
 TEST(GetCertificateLabel, FillsThePattern) {
-    const test::TestSigner signer(test::kEc, "Subject");
+    const test::TestSigner signer(test::kOtherRsa);
     X509* x509 = signer.certificate.Get();
-    ASN1_INTEGER_set(X509_get_serialNumber(x509), 1);
     X509_set_issuer_name(x509, CUniqueName(X509_NAME_new()).Get());
     X509_sign(x509, signer.key.Get(), EVP_sha256());
     CUniqueOpenSslBytes der;
     const std::size_t length = static_cast<std::size_t>(i2d_X509(x509, der.Put()));
     const std::span<const unsigned char> bytes(der.Get(), length);
     EXPECT_EQ(GetCertificateLabel("%s (%i), %# %%s a%xb 100%", "", bytes),
-              "Subject (?), 020101 %s ab 100");
+              "Recipient 2 Vint (?), 020101 %s ab 100");
     EXPECT_EQ(GetCertificateLabel("%s", "no certificate", bytes.subspan(1)), "no certificate");
     EXPECT_EQ(GetCertificateLabel("%s", "no certificate", {}), "no certificate");
 }

@@ -5,11 +5,12 @@
 
 #include "common/crypto/pkcs7_build.h"
 #include "common/crypto/pkcs7_file.h"
+#include "common/crypto/pkcs7_request.h"
 #include "common/system/text/exception.h"
 #include "support/heap_checks.h"
 #include "support/temp_folder.h"
+#include "support/test_signer.h"
 #include "support/trace_listener.h"
-#include "test_signer.h"
 
 namespace tarnwell {
 namespace {
@@ -18,6 +19,24 @@ using namespace test;
 using namespace testing;
 
 constexpr char kDecodeFailed[] = "There was a problem when we tried decoding the data in the file.";
+
+/// The bytes of a file of the corpus.
+std::string SampleBytes(const std::string& name) {
+    return ReadBytes(TestDataPath("corpus/" + name));
+}
+
+/// The DER of a structure; "" for none.
+std::string Der(PKCS7* p7) {
+    CUniqueOpenSslBytes bytes;
+    const int length = p7 ? i2d_PKCS7(p7, bytes.Put()) : 0;
+    return std::string(reinterpret_cast<char*>(bytes.Get()), static_cast<std::size_t>(length));
+}
+
+/// A structure parsed from DER by OpenSSL itself; empty where it does not parse.
+CUniquePkcs7 Parsed(const std::string& der) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(der.data());
+    return CUniquePkcs7(d2i_PKCS7(nullptr, &bytes, static_cast<long>(der.size())));
+}
 
 /// The code that a call throws; NONE if it throws none.
 template <class Call>
@@ -67,9 +86,8 @@ TEST(CPKCS7, WhatCannotBeParsedFailsInEveryOperationAndIsReadAgain) {
 }
 
 TEST(CPKCS7, AMissingFileIsAnExceptionToReadersAndACodeToRecover) {
-    const CTempFolder folder;
     const TestSigner signer(kRsa);
-    CPKCS7Request file(Utf16(folder / "missing.p7"));
+    CPKCS7Request file(CUTF16String(u"missing.p7"));
     EXPECT_THROW(file->GetType(), CException);
     EXPECT_EQ(Recovered(file, nullptr, &signer), CPKCS7_ERROR{0x410});
     EXPECT_EQ(file->Error(), CPKCS7_ERROR{0x410});
@@ -104,7 +122,7 @@ TEST(CPKCS7, ATypeWithoutContentIsReadWithoutACrash) {
     }
 }
 
-TEST(CPKCS7, DigestAlgorithmsCountOnceEachAndUpToALimit) {
+TEST(CPKCS7, DigestAlgorithmsCountOnceEachAndAreNotComparedWithoutEnd) {
     const auto withAlgorithms = [](int count, auto&& object) {
         const CUniquePkcs7 p7 = Parsed(SampleBytes("bc-rsa.p7"));
         for (int i = 0; i < count; ++i) {
@@ -114,18 +132,18 @@ TEST(CPKCS7, DigestAlgorithmsCountOnceEachAndUpToALimit) {
         }
         return Parsed(Der(p7.Get()));
     };
-    const auto start = std::chrono::steady_clock::now();
     CPKCS7Request repeated(withAlgorithms(
         Size(7200, 200), [](int i) { return OBJ_nid2obj(i % 2 ? NID_sha256 : NID_sha384); }));
     EXPECT_TRUE(FirstVerifies(repeated));
     EXPECT_EQ(sk_X509_ALGOR_num(repeated->GetPKCS7()->d.sign->md_algs), 2);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(Size(5, 60)));
 
-    CPKCS7Request different(withAlgorithms(64, [](int i) {
+    CPKCS7Request different(withAlgorithms(Size(100'000, 64), [](int i) {
         return OBJ_txt2obj(("1.3.6.1.4.1.55555." + std::to_string(i)).c_str(), 1);
     }));
+    const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(FirstVerifies(different));
     EXPECT_EQ(Recovered(different), CPKCS7_ERROR{0x402});
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 // Without signed attributes OpenSSL would take the first digest that it has for an unknown one.
@@ -186,20 +204,18 @@ TEST(LoadPkcs7, ALargeFileIsJudgedInPiecesAsOpenSslJudgesItWhole) {
 
 TEST(CPKCS7_Recover, WritesToThePathBeforeItsLastDotAndReplacesWhatIsThere) {
     const CTempFolder folder;
-    const auto before = std::filesystem::current_path();
-    std::filesystem::current_path(folder.Path());  // so that a path can begin with its dot
-    for (const std::string name : {"a.b.p7", "żółw é, 2.txt.p7", "bare", ".p7"}) {
-        const std::string target = name.size() > 4 ? name.substr(0, name.size() - 3) : "";
-        folder.Write(name, SampleBytes("hand-content-513.p7"));
-        if (!target.empty())
-            folder.Write(target, std::string(5000, 'x'));
-        CPKCS7Request file(Utf16(std::filesystem::path(folder / name).filename()));
-        EXPECT_EQ(Recovered(file), CPKCS7_ERROR::NONE) << name;
-        EXPECT_EQ(file->WasWritten(), !target.empty()) << name;
-        EXPECT_TRUE(target.empty() || std::filesystem::file_size(folder / target) == 513) << name;
+    const std::string sample = SampleBytes("hand-content-513.p7");
+    for (const std::string target : {"a.b", "żółw é, 2.txt"}) {
+        folder.Write(target, std::string(5000, 'x'));
+        CPKCS7Request file(Utf16(folder.Write(target + ".p7", sample)));
+        EXPECT_EQ(Recovered(file), CPKCS7_ERROR::NONE);
+        EXPECT_TRUE(file->WasWritten());
+        EXPECT_EQ(std::filesystem::file_size(folder / target), 513u) << target;
     }
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 6);
-    std::filesystem::current_path(before);
+    CPKCS7Request bare(Utf16(folder.Write("bare", sample)));
+    EXPECT_EQ(Recovered(bare), CPKCS7_ERROR::NONE);
+    EXPECT_FALSE(bare->WasWritten());
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 5);
 }
 
 TEST(CPKCS7_Recover, ADetachedSignatureNeverEmptiesTheFileItSigns) {
@@ -217,10 +233,7 @@ TEST(CPKCS7_Recover, OnlyTheRecipientsKeyOpensAnEncryptedFile) {
     const CTempFolder folder;
     const TestSigner recipient(kRsa);
     const TestSigner stranger(kOtherRsa);
-    CPKCS7Build build(CPKCS7_TYPE::ENCRYPT);
-    build.AddRecipient(recipient.certificate.Get());
-    build.Build(Utf16(folder.Write("plain", "content")), CUTF16String());
-    const std::string good = ReadBytes(folder / "plain.p7");
+    const std::string good = SampleBytes("hand-env-1.p7m");
     std::string damaged = good;
     damaged.back() = static_cast<char>(damaged.back() ^ 0x55);  // in the padded last block
     const struct {
@@ -246,10 +259,9 @@ TEST(CPKCS7_Recover, OnlyTheRecipientsKeyOpensAnEncryptedFile) {
         EXPECT_FALSE(std::filesystem::exists(folder / "a.txt")) << "noise was written";
     }
     CPKCS7Request file(Utf16(folder.Write("a.txt.p7m", good)));
-    EXPECT_TRUE(file->IsOnlyEnveloped());
     EXPECT_EQ(file->GetRecipients().size(), 1u);
     EXPECT_EQ(Recovered(file, &recipient, &recipient), CPKCS7_ERROR::NONE);
-    EXPECT_EQ(ReadBytes(folder / "a.txt"), "content");
+    EXPECT_EQ(ReadBytes(folder / "a.txt"), "Orchard: hand-made content.\n");
 }
 
 }  // namespace

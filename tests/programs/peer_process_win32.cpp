@@ -4,7 +4,6 @@
 //     peer_process window [HANG-MS]   its process id once the manager's window is there; then each
 //                                     copy-data message as "tag length wParam text", after having
 //                                     hung that long; ends with the first
-//     peer_process connect PORT       its process id once it is connected; ends with the connection
 //     peer_process name               what the foundation calls this program
 //     peer_process hold NAME          its process id once it holds the global mutex; a moment later
 //     peer_process hold NAME die      it unlocks the mutex, or dies with it
@@ -14,7 +13,6 @@
 #include <string>
 #include <string_view>
 
-#include "common/system/net/socket.h"
 #include "common/system/os/global_mutex_win32.h"
 #include "common/system/os/host_application.h"
 #include "common/system/os/windows.h"
@@ -58,18 +56,6 @@ int ShowWindowOfTheManager() {
     return 0;
 }
 
-int ConnectTo(const char* port) {
-    StartSockets();
-    const CUniqueSocket socket(OpenSocket());
-    if (!ConnectSocket(socket.Get(), {*ResolveHost("127.0.0.1"),
-                                      static_cast<std::uint16_t>(std::strtoul(port, nullptr, 10))}))
-        return 3;
-    SayReady();
-    char byte = 0;
-    ReceiveSocket(socket.Get(), &byte, 1);
-    return 0;
-}
-
 int Hold(const char* name, bool dies) {
     const CGlobalMutex mutex(Utf16FromUtf8(name));
     mutex.lock();
@@ -90,8 +76,6 @@ int main(int count, char** arguments) {
         s_hang = std::strtoul(arguments[2], nullptr, 10);
     if (command == "window")
         return ShowWindowOfTheManager();
-    if (command == "connect" && count > 2)
-        return ConnectTo(arguments[2]);
     if (command == "hold" && count > 2)
         return Hold(arguments[2], count > 3);
     if (command != "name")

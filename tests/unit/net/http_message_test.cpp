@@ -119,7 +119,7 @@ TEST(CHttpResponse, LimitsTheWholeHead) {
     EXPECT_EQ(MessageOf([&] { Ask(longer); }), "Bad HTTP response");
 }
 
-TEST(WriteResponseHead, WritesTheLinesThatApply) {
+TEST(WriteResponse, WritesTheLinesThatApply) {
     Wire wire;
     CScriptedConnection connection(wire);
     connection.SetAllowedOrigin("http://a");
@@ -129,6 +129,12 @@ TEST(WriteResponseHead, WritesTheLinesThatApply) {
               "Connection: close\r\nCache-Control: no-cache, no-store, must-revalidate\r\n"
               "Pragma: no-cache\r\nExpires: 0\r\nContent-Type: text/html\r\n"
               "Content-Length: 6000000000\r\n\r\n");
+    Wire plain;
+    CScriptedConnection other(plain);
+    WriteResponse(other, "text/plain", "body");
+    EXPECT_EQ(plain.sent,
+              "HTTP/1.1 200 OK\r\nServer: Kestrix\r\nConnection: close\r\n"
+              "Content-Type: text/plain\r\n\r\nbody\r\n");
 }
 
 TEST(ReadMultipartPart, ReadsPartAfterPartUpToTheirDelimiters) {

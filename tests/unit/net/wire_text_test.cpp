@@ -25,7 +25,6 @@ TEST(CHttpUrl, SplitsAnAddress) {
         {"http://h:4294967296", "0 0 http h /"},
         {"http://h:80x/p", "0 0 http h /p"},
         {"http://h:80\0/x"s, "0 0 http h /x"},
-        {"http://h:", "0 0 http h /"},
         {"http://[::1]:80/", "0 0 http [ /"},
         {"http:/host", "0 0   "},
     };
@@ -94,7 +93,6 @@ TEST(PercentDecode, ReadsQueryValues) {
 
 TEST(SocketErrorText, SaysWhatHappened) {
     EXPECT_STREQ(SocketErrorText(0), "No error");
-    EXPECT_STREQ(SocketErrorText(10061), "Connection refused");
     EXPECT_STREQ(SocketErrorText(11004), "No host data of that type was found");
     for (const int code : {-1, 10072, 11005})
         EXPECT_STREQ(SocketErrorText(code), "Undefined error");

@@ -22,11 +22,7 @@ import sys
 import tempfile
 import threading
 import time
-
-# The most a server may have sent before a client that limits heads has hung up: its limit of 1 MiB
-# and what the system's buffers hold.
-HEAD_LIMIT = 1 << 20
-BUFFERS = 24 << 20
+import typing
 
 
 def sha256(data):
@@ -37,17 +33,15 @@ def answer(status, headers, body):
     return f"{status}; {headers} headers; body {len(body)} bytes, sha256 {sha256(body)}"
 
 
-class Case:
-    """An address, what the client must print (a text or a set of texts), and a check behind it.
+class Case(typing.NamedTuple):
+    """An address and what the client must print: a text, or a pattern of it.
 
     The options stand before the address for the client, and so for all that follow."""
 
-    def __init__(self, name, address, expected, options=(), check=None):
-        self.name = name
-        self.address = address
-        self.expected = {expected} if isinstance(expected, str) else expected
-        self.options = options
-        self.check = check
+    name: str
+    address: str
+    expected: str | re.Pattern
+    options: tuple = ()
 
 
 # Servers nobody here wrote
@@ -143,32 +137,21 @@ def wait_for(port, process):
 # Hostile servers
 
 
-class Hostile:
-    """Serves one behaviour, a function of the connected socket, and counts what it sent."""
+def hostile(behaviour, scheme="http"):
+    """Starts a server of one behaviour, a function of the connected socket; gives its address."""
 
-    def __init__(self, behaviour, scheme="http"):
-        self.sent = 0
-        outer = self
+    class Handler(socketserver.BaseRequestHandler):
+        def handle(self):
+            self.request.settimeout(60)
+            with contextlib.suppress(OSError):
+                behaviour(self.request)
 
-        class Handler(socketserver.BaseRequestHandler):
-            def handle(self):
-                self.request.settimeout(60)
-                with contextlib.suppress(OSError):
-                    behaviour(self.request, outer)
+    class Server(socketserver.ThreadingTCPServer):
+        daemon_threads = True
 
-        class Server(socketserver.ThreadingTCPServer):
-            daemon_threads = True
-
-        self.server = Server(("127.0.0.1", 0), Handler)
-        threading.Thread(target=self.server.serve_forever, daemon=True).start()
-        self.address = f"{scheme}://localhost:{self.server.server_address[1]}/"
-
-    def send(self, peer, data):
-        peer.sendall(data)
-        self.sent += len(data)
-
-    def gave_up_in_time(self):
-        return None if self.sent <= HEAD_LIMIT + BUFFERS else f"the client took {self.sent} bytes"
+    server = Server(("127.0.0.1", 0), Handler)
+    threading.Thread(target=server.serve_forever, daemon=True).start()
+    return f"{scheme}://localhost:{server.server_address[1]}/"
 
 
 def read_request(peer):
@@ -187,101 +170,40 @@ def reset(peer):
     peer.close()
 
 
-def hangs_up(peer, _):
-    pass
-
-
-def hangs_up_after_the_request(peer, _):
-    read_request(peer)
-
-
-DRIPPED = b"HTTP/1.1 200 Drip\r\nX-A :  b c  \r\nX-A: \r\n\r\n" + b"drop " * 20
-
-
-def drips(peer, server):
-    read_request(peer)
-    peer.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-    for byte in DRIPPED:
-        server.send(peer, bytes([byte]))
-        time.sleep(0.002)
-
-
-def endless(start, block):
-    def behaviour(peer, server):
-        read_request(peer)
-        server.send(peer, start)
-        while server.sent < 4 * (HEAD_LIMIT + BUFFERS):
-            server.send(peer, block)
-
-    return behaviour
-
-
 def says(data):
-    def behaviour(peer, server):
+    def behaviour(peer):
         read_request(peer)
-        server.send(peer, data)
+        peer.sendall(data)
 
     return behaviour
 
 
 def resets_in(data):
-    def behaviour(peer, server):
+    def behaviour(peer):
         read_request(peer)
-        server.send(peer, data)
+        peer.sendall(data)
         reset(peer)
 
     return behaviour
 
 
-HTTP2 = (b"PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n"
-         # an empty SETTINGS frame, as RFC 9113, section 3.4, lets a server begin
-         + b"\0\0\0\4\0\0\0\0\0")
-
-
 def hostile_cases():
     bad = "error Bad HTTP response"
-    was_reset = "error Unable to receive data: Connection reset by peer"
     noise = random.Random(7).randbytes(100_000)
     head = b"HTTP/1.1 200 OK\r\nA: b\r\n"
     # Who closes without reading may reset; where the client notices is a matter of time.
-    any_end = {bad, was_reset} | {
-        f"error Unable to send data: {text}"
-        for text in ("Connection reset by peer", "Software caused connection abort",
-                     "Can't send after socket shutdown")}
-
-    def case(name, behaviour, expected, bounded=False):
-        server = Hostile(behaviour)
-        return Case(name, server.address, expected,
-                    check=server.gave_up_in_time if bounded else None)
-
-    return [
-        case("closes at once", hangs_up, any_end),
-        case("closes after the request", hangs_up_after_the_request, bad),
-        case("drips a byte at a time", drips, answer("200 Drip", 2, b"drop " * 20)),
-        case("endless status line", endless(b"HTTP/1.1 200 ", b"x" * 65536), bad, True),
-        case("endless header line", endless(head, b"x" * 65536), bad, True),
-        case("endless headers", endless(head, b"Name: value\r\n" * 5000), bad, True),
-        case("endless carriage returns", endless(head, b"\r" * 65536), bad, True),
-        case("HTTP/2 preface", says(HTTP2), bad),
-        case("HTTP/2 status line", says(b"HTTP/2 200 OK\r\n\r\n"), bad),
-        case("binary noise", says(noise), bad),
-        case("noise behind a good head", says(head + b"\r\n" + noise), answer("200 OK", 1, noise)),
-        case("reset in the head", resets_in(head), was_reset),
-        case("reset in the body", resets_in(head + b"\r\nhalf"), was_reset),
-        case("ends in the head", says(head), answer("200 OK", 1, b"")),
-        case("an error with a head", says(b"HTTP/1.0 500 Internal Server Error\r\n\r\n"),
-             answer("500 Internal Server Error", 0, b"")),
-    ]
-
-
-def address_cases(silent_port):
-    return [
-        Case("nobody listens", f"http://127.0.0.1:{silent_port}/",
-             "error Connection failed: Connection refused"),
-        Case("port with a letter", "http://127.0.0.1:80x/", "error Invalid URL format"),
-        Case("another scheme", "ftp://127.0.0.1/", "error Invalid protocol : ftp"),
-        Case("no such name", f"http://{'h' * 300}/", f'error Host "{"h" * 300}" not found'),
-    ]
+    any_end = re.compile("error Bad HTTP response|error Unable to (receive data: Connection reset "
+                         "by peer|send data: (Connection reset by peer|Software caused connection "
+                         "abort|Can't send after socket shutdown))")
+    for name, behaviour, expected in (
+            ("closes at once", lambda _: None, any_end),
+            ("head without end", says(head + b"Name: value\r\n" * 500_000), bad),
+            ("binary noise", says(noise), bad),
+            ("noise behind a good head", says(head + b"\r\n" + noise), answer("200 OK", 1, noise)),
+            ("ends in the head", says(head), answer("200 OK", 1, b"")),
+            ("reset in the body", resets_in(head + b"\r\nhalf"),
+             "error Unable to receive data: Connection reset by peer")):
+        yield Case(name, hostile(behaviour), expected)
 
 
 def friendly_cases(python, nginx, small, large):
@@ -294,9 +216,6 @@ def friendly_cases(python, nginx, small, large):
                    answer("200 OK", headers, small))
         yield Case(f"{name}: 3 MB file", f"{address}/large.bin", answer("200 OK", headers, large))
         yield Case(f"{name}: no such file", f"{address}/none", re.compile(r"404 .*; body \d{3} .*"))
-    yield Case("http.server: a form", f"{python}/form",
-               answer("201 Made", 2, posted("application/x-www-form-urlencoded", b"a=b&c=%20d")),
-               options=["--form=a=b&c=%20d"])
     yield Case("nginx: the request as the manager gets it", nginx + query,
                answer("200 OK", 5, seen))
     yield Case("nginx: failing page", f"{nginx}/failing",
@@ -322,16 +241,12 @@ def run(client, cases):
     if not good:
         print(f"the client ended with status {status}")
     for case, line in zip(cases, lines + ["nothing"] * len(cases)):
-        fault = case.check() if case.check else None
-        if isinstance(case.expected, re.Pattern):
-            matches, wanted = case.expected.fullmatch(line), case.expected.pattern
-        else:
-            matches, wanted = line in case.expected, " or ".join(sorted(case.expected))
-        if matches and not fault:
+        is_pattern = isinstance(case.expected, re.Pattern)
+        if case.expected.fullmatch(line) if is_pattern else case.expected == line:
             print(f"ok    {case.name}")
         else:
             good = False
-            print(f"FAIL  {case.name}: {fault or line}\n      expected {wanted}")
+            print(f"FAIL  {case.name}: {line}\n      expected {case.expected}")
     return good
 
 
@@ -343,10 +258,8 @@ def main(client):
         pathlib.Path(folder, "small.txt").write_bytes(small)
         pathlib.Path(folder, "large.bin").write_bytes(large)
         python = python_server(folder)
-        with nginx_server(folder, state) as nginx, socket.socket() as silent:
-            silent.bind(("127.0.0.1", 0))  # taken, but nobody listens
-            cases = [*friendly_cases(python, nginx, small, large), *hostile_cases(),
-                     *address_cases(silent.getsockname()[1])]
+        with nginx_server(folder, state) as nginx:
+            cases = [*friendly_cases(python, nginx, small, large), *hostile_cases()]
             return 0 if run(client, cases) else 1
 
 

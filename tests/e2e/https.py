@@ -17,11 +17,10 @@ import ssl
 import subprocess
 import sys
 import tempfile
-import urllib.request
 
 import https_pki
-from http_peers import (Case, Hostile, answer, nginx_server, posted, python_server, read_request,
-                        reset, run, says, sha256)
+from http_peers import (Case, answer, hostile, nginx_server, posted, python_server, read_request,
+                        reset, resets_in, run, says, sha256)
 
 UNTRUSTED = "error SSL connect failed: untrusted certificate chain"
 FORM = "application/x-www-form-urlencoded"
@@ -67,27 +66,23 @@ def transfers(stack, pki, folder, large):
         yield Case(f"openssl s_server {version}", f"https://localhost:{port}/small.txt",
                    answer("200 ok", 1, SMALL))
     yield Case("nginx: a request of 1 MiB", f"{nginx}/form", answer("200 OK", 5, b"1048576"),
-               options=[f"--post={MIB}"])
+               options=(f"--post={MIB}",))
     yield Case("python: a large request", python,
-               answer("201 Made", 2, posted(FORM, large)), options=[f"--post={len(large)}"])
+               answer("201 Made", 2, posted(FORM, large)), options=(f"--post={len(large)}",))
 
 
 # Hostile servers
 
 
 def in_the_clear(data):
-    def behaviour(peer, server):
+    def behaviour(peer):
         peer.recv(4096)
-        server.send(peer, data)
+        peer.sendall(data)
 
     return behaviour
 
 
-def hangs_up_on_the_greeting(peer, _):
-    peer.recv(4096)
-
-
-def resets_on_the_greeting(peer, _):
+def resets_on_the_greeting(peer):
     peer.recv(4096)
     reset(peer)
 
@@ -96,21 +91,16 @@ def secured(pki, behaviour):
     """Behaves well until the handshake is over, and never says TLS's farewell."""
     context = server_context(pki, "right")
 
-    def secure(peer, server):
+    def secure(peer):
         with context.wrap_socket(peer, server_side=True) as session:
-            behaviour(session, server)
+            behaviour(session)
 
     return secure
 
 
-def garbage(session, _):
+def garbage(session):
     read_request(session)
     os.write(session.fileno(), b"HTTP/1.1 200 OK\r\n\r\nin the clear")
-
-
-def resets(session, _):
-    read_request(session)
-    reset(session)
 
 
 def hostile_cases(pki):
@@ -122,15 +112,15 @@ def hostile_cases(pki):
              refused + "error:0A00010B:SSL routines::wrong version number"),
             ("answers with noise", in_the_clear(b"\x16\x03\x03\x00\x05noise" + b"\xff" * 100),
              re.compile(refused + "error:0A[0-9A-F]{6}:SSL routines::.+")),
-            ("closes in the handshake", hangs_up_on_the_greeting,
+            ("closes in the handshake", in_the_clear(b""),
              refused + "error:0A000126:SSL routines::unexpected eof while reading"),
             ("resets in the handshake", resets_on_the_greeting, refused),
             ("garbage behind the handshake", secured(pki, garbage), broken),
             ("no farewell: all that came is the body",
              secured(pki, says(b"HTTP/1.1 200 OK\r\n\r\nhalf")), answer("200 OK", 0, b"half")),
-            ("resets behind the handshake", secured(pki, resets),
+            ("resets behind the handshake", secured(pki, resets_in(b"")),
              "error Unable to receive data: Connection reset by peer")):
-        yield Case(name, Hostile(behaviour, "https").address, expected)
+        yield Case(name, hostile(behaviour, "https"), expected)
 
 
 # Trust
@@ -152,7 +142,7 @@ def trust_cases(pki, folder):
                           ("peers.test", "untrusted"), ("a.b.peers.test", "untrusted"),
                           ("a.peers.test.evil.test", "untrusted")):
         yield Case(f"trust: wildcard for {host}", host, verdict,
-                   options=[f"--judge={pki}/wildcard.der"])
+                   options=(f"--judge={pki}/wildcard.der",))
 
 
 # The server side
@@ -191,11 +181,6 @@ def server_side(command, pki, large, wine):
                  version], input=b"GET /bytes/5 HTTP/1.0\r\n\r\n", stdout=subprocess.PIPE,
                 stderr=subprocess.DEVNULL, timeout=60, check=False).stdout.split(b"\r\n\r\n")[-1]
 
-        def python(path, body=None):
-            context = ssl.create_default_context(cafile=pki / "root.pem")
-            with urllib.request.urlopen(address + path, body, 60, context=context) as response:
-                return response.read()
-
         def leaves(last):
             with socket.create_connection(("127.0.0.1", port)) as peer:
                 peer.sendall(last)
@@ -218,8 +203,6 @@ def server_side(command, pki, large, wine):
         check("curl: a large body", f"GET /bytes/{len(large)}", large,
               lambda: curl(f"/bytes/{len(large)}"))
         check("curl: a large request", "POST /", told(large), lambda: curl("/", body=large))
-        check("python: 1 MiB", f"GET /bytes/{MIB}", small, lambda: python(f"/bytes/{MIB}"))
-        check("python: a request of 1 MiB", "POST /", told(small), lambda: python("/", small))
         refused = "error SSL accept failed: "
         check("a client without TLS", refused + "1error:0A00009C:SSL routines::http request",
               b"", lambda: leaves(b"GET / HTTP/1.0\r\n\r\n"))

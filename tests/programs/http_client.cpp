@@ -2,9 +2,9 @@
 // address, so that a script can hold the client against servers that it starts. Options count from
 // where they stand:
 //
-//     http_client [--form=BODY] [--post=COUNT] [--trust=FILE] [--judge=FILE] [--time] ADDRESS...
+//     http_client [--post=COUNT] [--trust=FILE] [--judge=FILE] [--time] ADDRESS...
 //
-// --form posts BODY, --post so many bytes of a pattern. --trust believes in a server with exactly
+// --post posts so many bytes of a pattern. --trust believes in a server with exactly
 // the certificate FILE (DER) instead of asking the system. With --judge nobody is asked: the system
 // judges FILE for each ADDRESS, then a host's name. With --time the answer is the seconds it took.
 //
@@ -21,6 +21,8 @@
 #include <string_view>
 
 #include "common/system/net/http_request.h"
+#include "common/system/os/file.h"
+#include "common/system/text/convert.h"
 #include "common/tls/https_connection.h"
 #include "wire_pattern.h"
 
@@ -28,31 +30,19 @@ using namespace tarnwell;
 
 namespace {
 
-/// One certificate and no other.
-class CPinned : public IServerTrust {
+/// Makes connections over TLS that believe in servers with one certificate and no other.
+class CPinned : public CHttpConnectionFactory, public IServerTrust {
 public:
-    explicit CPinned(std::string certificate) : m_certificate(std::move(certificate)) {}
+    explicit CPinned(CFileBytes certificate) : m_certificate(std::move(certificate)) {}
     bool Trusts(std::span<const std::uint8_t> certificate, const CISOString&) override {
-        return std::equal(certificate.begin(), certificate.end(), m_certificate.begin(),
-                          m_certificate.end(),
-                          [](std::uint8_t a, char b) { return a == static_cast<std::uint8_t>(b); });
+        return std::ranges::equal(certificate, m_certificate.AsSpan());
+    }
+    std::unique_ptr<CHttpConnection> Create(const CHttpUrl&) override {
+        return std::make_unique<CHttpsConnection>(*this);
     }
 
 private:
-    std::string m_certificate;
-};
-
-class CPinnedFactory : public CHttpsConnectionFactory {
-public:
-    explicit CPinnedFactory(std::string certificate) : m_trust(std::move(certificate)) {}
-    std::unique_ptr<CHttpConnection> Create(const CHttpUrl& url) override {
-        if (url.scheme == "https")
-            return std::make_unique<CHttpsConnection>(m_trust);
-        return CHttpsConnectionFactory::Create(url);
-    }
-
-private:
-    CPinned m_trust;
+    CFileBytes m_certificate;
 };
 
 void Tell(CHttpConnectionFactory& factory, const char* address,
@@ -73,33 +63,31 @@ void Tell(CHttpConnectionFactory& factory, const char* address,
     std::printf("error %s\n", error.what());
 }
 
-void Judge(const std::string& certificate, const char* host) {
-    const std::span bytes(reinterpret_cast<const std::uint8_t*>(certificate.data()),
-                          certificate.size());
-    std::puts(IServerTrust::System().Trusts(bytes, host) ? "trusted" : "untrusted");
+CFileBytes Certificate(const std::string& path) {
+    return ReadWholeFile(Utf16FromUtf8(path), 1 << 20);
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
     std::unique_ptr<CHttpConnectionFactory> factory = std::make_unique<CHttpsConnectionFactory>();
-    std::optional<std::string> form, judged;
+    std::optional<std::string> form;
+    std::optional<CFileBytes> judged;
     bool timed = false;
     for (int i = 1; i < count; ++i) {
         const std::string_view argument = arguments[i];
         const std::string value(argument.substr(std::min(argument.find('=') + 1, argument.size())));
-        if (argument.starts_with("--form="))
-            form = value;
-        else if (argument.starts_with("--post="))
+        if (argument.starts_with("--post="))
             form = test::Pattern(std::stoul(value));
         else if (argument.starts_with("--trust="))
-            factory = std::make_unique<CPinnedFactory>(test::Content(value));
+            factory = std::make_unique<CPinned>(Certificate(value));
         else if (argument.starts_with("--judge="))
-            judged = test::Content(value);
+            judged = Certificate(value);
         else if (argument == "--time")
             timed = true;
         else if (judged)
-            Judge(*judged, arguments[i]);
+            std::puts(IServerTrust::System().Trusts(*judged, arguments[i]) ? "trusted"
+                                                                           : "untrusted");
         else
             Tell(*factory, arguments[i], form, timed);
     }

@@ -3,8 +3,6 @@
 // What the programs that tests talk to send and tell: a body that both sides can make for
 // themselves, and the digest of what has come.
 
-#include <fstream>
-#include <iterator>
 #include <span>
 #include <string>
 
@@ -29,12 +27,6 @@ inline std::string Sha256(std::span<const std::uint8_t> bytes) {
     unsigned length = 0;
     EVP_Digest(bytes.data(), bytes.size(), digest, &length, EVP_sha256(), nullptr);
     return UpperHex({digest, length}).CStr();
-}
-
-/// Content gives a file's bytes, none if it cannot be read.
-inline std::string Content(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 }  // namespace tarnwell::test

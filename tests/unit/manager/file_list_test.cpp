@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 #include "manager/core/log.h"
 #include "support/heap_checks.h"
 
@@ -13,28 +11,23 @@ namespace {
 using Paths = std::vector<std::u16string>;
 
 TEST(ResolveFileList, FindsNamesWithCommas) {
-    struct Case {
+    const struct {
         const char16_t* joined;
-        Paths files;
-        Paths unresolved = {};
-        Paths alsoThere = {};
-    };
-    const Case cases[] = {
-        {u"C:\\a,b,z:/c", {u"C:\\a,b", u"z:/c"}},
-        {u"C:\\a,,C:\\c,", {u"C:\\a,", u"C:\\c,"}},
-        {u"C:\\x,\\y.txt,C:\\z", {u"C:\\x,\\y.txt", u"C:\\z"}},
-        {u"\\\\s\\t\\a,b,//s/t/c", {u"\\\\s\\t\\a,b", u"//s/t/c"}},
-        {u"\\\\?\\C:\\a,\\\\?\\UNC\\s\\t\\a", {u"\\\\?\\C:\\a", u"\\\\?\\UNC\\s\\t\\a"}},
+        Paths files, unresolved;
+    } cases[] = {
+        {u"C:\\a,b,z:/c", {u"C:\\a,b", u"z:/c"}, {}},
+        {u"C:\\a,,C:\\c,", {u"C:\\a,", u"C:\\c,"}, {}},
+        {u"C:\\x,\\y.txt,C:\\z", {u"C:\\x,\\y.txt", u"C:\\z"}, {}},
+        {u"\\\\s\\t\\a,b,//s/t/c", {u"\\\\s\\t\\a,b", u"//s/t/c"}, {}},
+        {u"\\\\?\\C:\\a,\\\\?\\UNC\\s\\t\\a", {u"\\\\?\\C:\\a", u"\\\\?\\UNC\\s\\t\\a"}, {}},
         {u"C:\\a,C:\\gone,C:\\c", {u"C:\\a", u"C:\\c"}, {u"C:\\gone"}},
-        // The shorter names exist too, but they are not what was selected.
-        {u"C:\\a,b", {}, {u"C:\\a,b"}, {u"C:\\a", u"C:\\b"}},
-        {u"a.txt,C:\\c", {u"C:\\c"}, {u"a.txt"}, {u"a.txt"}},
+        // The shorter name and the relative one exist, but they are not what was selected.
+        {u"C:\\a,gone", {}, {u"C:\\a,gone"}},
+        {u"a.txt,C:\\c", {u"C:\\c"}, {u"a.txt"}},
     };
-    for (const Case& each : cases) {
-        std::set<std::u16string> existing(each.files.begin(), each.files.end());
-        existing.insert(each.alsoThere.begin(), each.alsoThere.end());
+    for (const auto& each : cases) {
         const FileList list = ResolveFileList(
-            each.joined, [&](const std::u16string& path) { return existing.contains(path); });
+            each.joined, [](const std::u16string& path) { return !path.ends_with(u"gone"); });
         EXPECT_EQ(list.files, each.files) << Utf8(each.joined);
         EXPECT_EQ(list.unresolved, each.unresolved) << Utf8(each.joined);
     }

@@ -75,6 +75,9 @@ for input in content.bin empty.bin; do
         fi
     done
 
+    check "p7tool opens it" "$tool" recover signed.p7
+    cmp "$input" signed
+
     check "encrypt $input" "$tool" encrypt --recipient rsa.pem --recipient other.pem "$input" sealed.p7m
     for command in cms smime; do
         for name in rsa other; do

@@ -1,6 +1,6 @@
 #include "p7tool/command_line.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <sstream>
 
@@ -8,6 +8,9 @@
 
 namespace tarnwell::p7tool {
 namespace {
+
+using testing::HasSubstr;
+using testing::ThrowsMessage;
 
 CommandLine Parsed(const std::string& text) {
     std::vector<CUTF16String> words;
@@ -32,10 +35,7 @@ TEST(ParseCommandLine, OptionsMayStandAnywhereAndHaveTheirValueEitherWay) {
 }
 
 TEST(ParseCommandLine, WrongCommandLinesAreToldFromEachOther) {
-    const struct {
-        const char* text;
-        const char* says;
-    } rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"", "what is to be done"},
         {"verify a", "there is no command \"verify\""},
         {"info", "which file"},
@@ -51,14 +51,9 @@ TEST(ParseCommandLine, WrongCommandLinesAreToldFromEachOther) {
         {"encrypt a --recipient", "needs a file behind it"},
         {"encrypt --recipient= a", "not an empty text"},
     };
-    for (const auto& row : rows) {
-        try {
-            Parsed(row.text);
-            ADD_FAILURE() << row.text;
-        } catch (const EUsage& error) {
-            EXPECT_NE(std::string(error.what()).find(row.says), std::string::npos) << row.text;
-        }
-    }
+    for (const auto& [text, says] : rows)
+        EXPECT_THAT([line = text] { Parsed(line); }, ThrowsMessage<EUsage>(HasSubstr(says)))
+            << text;
 }
 
 }  // namespace

@@ -59,27 +59,9 @@ TEST(P7Tool, InfoGoesOnBehindAFileThatCannotBeRead) {
     EXPECT_THAT(result.err, HasSubstr("cannot be read as a PKCS#7 file"));
 }
 
-TEST(P7Tool, BuildsWhatItOpensAgain) {
-    const std::string pair = Corpus("keys/r1.pem");
-    const std::vector<std::string> rows[] = {
-        {"sign", "--signer", pair, "--key", pair},
-        {"encrypt", "--recipient", pair},
-        {"signencrypt", "--signer", pair, "--key", pair, "--recipient", pair},
-    };
-    for (std::vector<std::string> words : rows) {
-        const CTempFolder folder;
-        const auto input = folder.Write("żółw, 1.txt", "content");
-        words.push_back(Utf8(input));
-        EXPECT_EQ(Called(words).status, kDone) << words[0];
-        std::filesystem::remove(input);
-        EXPECT_EQ(Called({"recover", "--cert", pair, "--key", pair, words.back() + ".p7"}).err, "");
-        EXPECT_EQ(ReadBytes(input), "content") << words[0];
-    }
-}
-
 TEST(P7Tool, FailuresAreToldAsJsonAndInWords) {
     const CTempFolder folder;
-    const std::string input = Utf8(folder.Write("in.txt", "content"));
+    const std::string input = Utf8(folder.Write("żółw, 1.txt", "content"));
     const std::string missing = Utf8(folder / "missing");
     const std::string pair = Corpus("keys/r1.pem");
     const std::string other = Corpus("keys/r2.pem");

@@ -155,8 +155,11 @@ TEST(CPKCS7Build, EachEarlyExitHasItsCodeItsMessagesAndLeavesNothing) {
         ERR_raise(ERR_LIB_USER, 77);  // somebody else's, and older
         const auto input = *row.input ? Utf16(folder / row.input) : CUTF16String();
         EXPECT_EQ(build.Build(input, Utf16(folder / "out.p7")), CPKCS7_ERROR{row.code});
-        EXPECT_EQ(build.Error(), CPKCS7_ERROR{row.code});
         EXPECT_THAT(trace.Messages(), ElementsAreArray(row.messages));
+        EXPECT_EQ(build.Build(Utf16(folder / "doc.txt"), Utf16(folder / "out.p7")),
+                  CPKCS7_ERROR{row.code})
+            << "what has failed goes on failing";
+        EXPECT_EQ(build.Error(), CPKCS7_ERROR{row.code});
         EXPECT_FALSE(build.WasWritten() || std::filesystem::exists(folder / "out.p7"));
         EXPECT_EQ(RegisteredSha256(), registered);
     }

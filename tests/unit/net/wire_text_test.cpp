@@ -88,7 +88,9 @@ TEST(PercentDecode, ReadsQueryValues) {
         const auto bytes = PercentDecodeBytes(text);
         EXPECT_EQ(std::string(bytes.begin(), bytes.end()), value) << text;
     }
-    EXPECT_EQ(PercentDecode(static_cast<const char*>(nullptr)), "");
+    constexpr const char* kNothing = nullptr;
+    EXPECT_EQ(PercentDecode(kNothing), "");
+    EXPECT_TRUE(PercentDecodeBytes(kNothing).empty());
 }
 
 TEST(SocketErrorText, SaysWhatHappened) {

@@ -54,13 +54,6 @@ TEST(BlendOver, GivesEveryPairOfAlphasItsExactPixel) {
     }
 }
 
-TEST(BlendOver, GivesHalfBlackOnWhiteTheValue127) {
-    const Pixels over{0, 0, 0, 128};
-    Pixels under{255, 255, 255, 255};
-    BlendOver({1, 1, over}, {1, 1, under});
-    EXPECT_EQ(under, (Pixels{127, 127, 127, 255}));
-}
-
 TEST(BlendOver, CutsAtTheSmallerSizeAndKeepsNeighboursOfEveryKind) {
     struct Size {
         std::uint32_t width, height;

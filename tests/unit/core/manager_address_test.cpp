@@ -9,14 +9,6 @@ namespace {
 
 using Files = std::vector<CUTF16String>;
 
-TEST(ManagerCommandLine, PointsAtThe32BitInstallationWithoutQuotes) {
-    const ProgramFilesFolders folders{u"C:\\Program Files", u"C:\\Program Files (x86)"};
-    EXPECT_TRUE(ManagerCommandLine(u"C:\\Program Files\\Quorva\\bin", folders) ==
-                u"C:\\Program Files (x86)\\Quorva\\bin\\Corvane.exe /standalone");
-    EXPECT_TRUE(ManagerCommandLine(u"D:\\out x64\\bin", folders) ==
-                u"D:\\out win32\\bin\\Corvane.exe /standalone");
-}
-
 TEST(RequestAddress, CarriesPortActionAndEveryUnitOfTheList) {
     const struct {
         ActionCode action;

@@ -5,34 +5,20 @@
 namespace tarnwell::shellprobe {
 namespace {
 
+// What the end-to-end tests give the program is not repeated here.
 TEST(Arguments, OptionsStandAnywhereBehindTheCommandUpToTwoDashes) {
-    const Arguments defaults = ParseArguments({u"menu", u"C:\\\u00e9, c.p7"});
-    EXPECT_EQ(defaults.command, ECommand::kMenu);
-    EXPECT_EQ(defaults.flags, 0U);
-    EXPECT_EQ(defaults.lastId, 32767U);
     const Arguments menu = ParseArguments({u"menu", u"a", u"--flags=0x21", u"--", u"--last=1"});
     EXPECT_EQ(menu.flags, 0x21U);
+    EXPECT_EQ(menu.lastId, 32767U);
     EXPECT_EQ(menu.files, (std::vector<CUTF16String>{u"a", u"--last=1"}));
-    const Arguments invoke = ParseArguments({u"invoke", u"--offset=2", u"--answer-after=9", u"a"});
-    EXPECT_EQ(invoke.offset, 2U);
-    EXPECT_EQ(invoke.answerAfter, 9U);
     const Arguments popup = ParseArguments({u"popup", u"--at=-5,20", u"a"});
     EXPECT_EQ(popup.x, -5);
     EXPECT_EQ(popup.y, 20);
-    const Arguments icon =
-        ParseArguments({u"icon", u"--large=256", u"--async", u"--png=p=\u00e9", u"a"});
-    EXPECT_EQ(icon.largeSize, 256U);
-    EXPECT_EQ(icon.smallSize, 16U);
-    EXPECT_TRUE(icon.isAsync);
-    EXPECT_FALSE(icon.isThroughShell);
-    EXPECT_EQ(icon.png, u"p=\u00e9");
-    const Arguments stress = ParseArguments({u"stress", u"--only=icon", u"--rounds=3", u"a", u"b"});
-    EXPECT_EQ(stress.only, EHandler::kIcon);
+    EXPECT_EQ(ParseArguments({u"icon", u"--png=p=\u00e9", u"a"}).png, u"p=\u00e9");
     EXPECT_EQ(ParseArguments({u"view", u"--mode=details", u"a"}).mode, EViewMode::kDetails);
-    const Arguments doctor = ParseArguments({u"doctor", u"--json", u"--wait=0"});
-    EXPECT_TRUE(doctor.isJson);
-    EXPECT_EQ(doctor.wait, 0U);
     EXPECT_EQ(ParseArguments({u"invoke", u"-h"}).command, ECommand::kHelp);
+    EXPECT_EQ(ParseArguments({u"invoke", u"--offset=2", u"--answer-after=9", u"a"}).answerAfter,
+              9U);
 }
 
 TEST(Arguments, AWrongCommandLineIsNamed) {

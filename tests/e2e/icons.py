@@ -5,10 +5,12 @@ What the pictures should show is put together here from the overlays' .ico files
 should say from the corpus's manifest, whose answers come from other programs."""
 
 import csv
+import functools
 import itertools
 import re
 import runpy
 import shutil
+import struct
 import subprocess
 import unittest
 from pathlib import Path
@@ -48,9 +50,33 @@ def png_pixels(data):
     return pixels_of(CONTACT_SHEET["MAKE_ICON"]["decoded"](data))
 
 
-def overlay_pixels(name, size):
-    """The image of that size in an overlay's .ico."""
-    return pixels_of(CONTACT_SHEET["icon_images"](OVERLAYS / f"overlay_{name}.ico")[size])
+@functools.cache
+def overlay_images(name):
+    """The images in an overlay's .ico, by size."""
+    images = CONTACT_SHEET["icon_images"](OVERLAYS / f"overlay_{name}.ico")
+    return {size: pixels_of(rows) for size, rows in images.items()}
+
+
+def hidden_pixels(name):
+    """What the masks of an overlay's .ico hide, as rows of 0 and 1, by size. The largest image is a
+    PNG, which has none."""
+    data = (OVERLAYS / f"overlay_{name}.ico").read_bytes()
+    masks = {}
+    for entry in range(6, 6 + 16 * data[4], 16):
+        size = data[entry]
+        row = (size + 31) // 32 * 4
+        last = (struct.unpack_from("<I", data, entry + 12)[0] + 40 + 4 * size * size +
+                row * (size - 1))
+        if size:
+            masks[size] = [[data[last - row * y + x // 8] >> (7 - x % 8) & 1 for x in range(size)]
+                           for y in range(size)]
+    return masks
+
+
+def lightness(pixel):
+    """How light a pixel is on a grey ground, 0 to 255."""
+    red, green, blue, alpha = pixel
+    return ((299 * red + 587 * green + 114 * blue) // 1000 * alpha + 128 * (255 - alpha)) // 255
 
 
 def change_registry(keys):
@@ -58,6 +84,42 @@ def change_registry(keys):
     file.write_text("REGEDIT4\n\n" + "".join(f"[{key}]\n{value}\n\n" for key, value in keys.items()))
     status, _, said = wine("regedit", "/S", windows(file))
     assert status == 0, said
+
+
+class Drawings(unittest.TestCase):
+    """The overlays as they are drawn, before they are laid over anything."""
+
+    def test_each_size_marks_its_own_lower_corner_and_is_unmistakable_without_colour(self):
+        for is_left, names in ((True, ("signed", "encrypted", "signedencrypted", "other")),
+                               (False, ("valid", "invalid"))):
+            for size in (256, 48, 32, 24, 16):
+                greys = []
+                for name in names:
+                    with self.subTest(name, size=size):
+                        self.check_corner(name, size, is_left)
+                    greys.append([lightness(pixel) for row in overlay_images(name)[size]
+                                  for pixel in row])
+                for one, other in itertools.combinations(greys, 2):
+                    differing = sum(abs(a - b) > 64 for a, b in zip(one, other, strict=True))
+                    self.assertGreaterEqual(differing / size ** 2, 0.02, (names, size))
+
+    def check_corner(self, name, size, is_left):
+        """Halves that never meet: a verdict fits beside any kind."""
+        pixels = overlay_images(name)[size]
+        self.assertEqual({len(row) for row in pixels}, {size})
+        shown = [(x, y) for y in range(size) for x in range(size) if pixels[y][x][3]]
+        (left, top), (right, bottom) = (tuple(map(limit, zip(*shown))) for limit in (min, max))
+        half, last = size // 2, size - 1
+        self.assertTrue(left == 0 and right < half if is_left else left >= half and right == last,
+                        (left, right))
+        # Two glyphs have no room beside each other in eight pixels, so they are stacked.
+        stacked = (name, size) == ("signedencrypted", 16)
+        self.assertTrue(top >= (2 if stacked else half) and bottom == last, (top, bottom))
+        opaque = sum(pixel[3] == 255 for row in pixels for pixel in row)
+        self.assertGreater(opaque, size * size / 10, "hardly anything is drawn")
+        if size < 256:
+            clear = [[int(pixel[3] == 0) for pixel in row] for row in pixels]
+            self.assertEqual(hidden_pixels(name)[size], clear)
 
 
 class Handlers(unittest.TestCase):
@@ -105,7 +167,7 @@ class Handlers(unittest.TestCase):
             if not layers:
                 continue
             pixels = png_pixels(picture.read_bytes())
-            overlays = [overlay_pixels(layer, size) for layer in layers]
+            overlays = [overlay_images(layer)[size] for layer in layers]
             shown = {layer: 0 for layer in layers} | {"base": 0}
             for y, x in itertools.product(range(size), repeat=2):
                 layer = next((i for i, o in enumerate(overlays) if o[y][x][3]), None)

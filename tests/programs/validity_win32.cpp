@@ -2,14 +2,11 @@
 //
 //   validity FILE...
 //
-// prints a line a file: the overlay's number, or "failed" where the file cannot be judged; the
-// error bits that the engine gave for each certificate it was asked about, "-" where it gave none;
-// and what was traced.
+// prints a line a file: the overlay's number, or "failed" where the file cannot be judged; and the
+// error bits that the engine gave for each certificate it was asked about, "-" where it gave none.
 
-#include "common/system/trace/trace.h"
 #include "tarnwell/win32/shellicon.h"
 
-#include <cstdarg>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -43,32 +40,13 @@ void Judge(const CUTF16String& path) {
     } catch (const std::exception&) {
     } catch (CPKCS7_ERROR) {
     }
-    std::printf("%s%s", verdict.c_str(), engine.Answers());
-}
-
-std::string s_messages;
-
-// NOLINTNEXTLINE(cert-dcl50-cpp): the interface is variadic.
-void Hear(const char* format, ...) {
-    char text[256];
-    va_list arguments;
-    va_start(arguments, format);
-    (void)std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    (s_messages += " ") += text;
+    std::printf("%s%s\n", verdict.c_str(), engine.Answers());
 }
 
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-    TraceLibrary library;
-    library.traceString = &Hear;
-    ReplaceTraceLibrary(&library);
-    for (int i = 1; i < argc; ++i) {
-        s_messages.clear();
+    for (int i = 1; i < argc; ++i)
         Judge(reinterpret_cast<const char16_t*>(argv[i]));
-        std::printf("%s\n", s_messages.c_str());
-    }
-    ReplaceTraceLibrary(nullptr);
     return 0;
 }

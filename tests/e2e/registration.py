@@ -185,6 +185,7 @@ class Registration(unittest.TestCase):
         regsvr32("/u", module)
         too_long = install(folder_for(260))
         self.assertNotEqual(regsvr32(too_long, check=False).returncode, 0)
+        self.assertNotEqual(regsvr32("/u", too_long, check=False).returncode, 0)
         probe = self.probe(too_long, MENU)
         self.assertEqual(probe.stdout, f"{MENU} 0x80040154 released:gone\n")
 

@@ -1,26 +1,28 @@
 #include "tarnwell/win32/alpha_icon.h"
 
-#include "common/system/os/process_counts.h"
 #include "icon_fixture.h"
-#include "support/heap_checks.h"
-#include "support/trace_listener.h"
+#include "support/process_growth.h"
 
 namespace tarnwell::test {
 namespace {
 
 /// MakeIcon makes an icon of `side` × `side` pixels; side is even.
 CUniqueIcon MakeIcon(int side, const Picture& colours, const Mask& mask) {
-    const std::size_t rowBytes = (static_cast<std::size_t>(side) + 15) / 16 * 2;
-    std::vector<std::uint8_t> bits(rowBytes * static_cast<std::size_t>(side));
-    for (std::size_t i = 0; i < mask.size(); ++i) {
-        const std::size_t x = i % static_cast<std::size_t>(side);
-        bits[i / static_cast<std::size_t>(side) * rowBytes + x / 8] |=
-            static_cast<std::uint8_t>(mask[i] << (7 - x % 8));
-    }
+    const auto width = static_cast<std::size_t>(side);
+    std::vector<std::uint8_t> bits(MaskRowBytes(width) * width);
+    for (std::size_t i = 0; i < mask.size(); ++i)
+        bits[i / width * MaskRowBytes(width) + i % width / 8] |=
+            static_cast<std::uint8_t>(mask[i] << (7 - i % width % 8));
     const CUniqueBitmap colour(CreateBitmap(side, side, 1, 32, colours.data()));
     const CUniqueBitmap transparent(CreateBitmap(side, side, 1, 1, bits.data()));
     ICONINFO info{TRUE, 0, 0, transparent.Get(), colour.Get()};
     return CUniqueIcon(CreateIconIndirect(&info));
+}
+
+/// Plain makes an icon of one colour, opaque or transparent by its mask alone.
+CUniqueIcon Plain(int side, std::uint32_t colour, std::uint8_t isClear) {
+    const auto area = static_cast<std::size_t>(side * side);
+    return MakeIcon(side, Picture(area, colour), Mask(area, isClear));
 }
 
 constexpr std::uint32_t kWhite = 0xFFFFFF;  // opaque only through the mask
@@ -55,13 +57,11 @@ TEST(CAlphaIcon, TakesItsAlphaFromTheMaskAndKeepsWhatIsTransparentInBoth) {
 }
 
 TEST(CAlphaIcon, LaysAnOverlayOfAnotherSizeAtTheTopLeftCorner) {
+    const CUniqueIcon icon = Plain(4, 0xFFFFFFFF, 1);
     for (const int side : {2, 8}) {
-        const std::size_t area = static_cast<std::size_t>(side) * static_cast<std::size_t>(side);
-        const CUniqueIcon icon = MakeIcon(4, Picture(16, 0xFFFFFFFF), Mask(16, 1));
-        const CUniqueIcon over = MakeIcon(side, Picture(area, 0xFF000000), Mask(area, 0));
-        CAlphaIcon picture(icon.Get());
-        EXPECT_EQ(picture.Width(), 4);
-        const IconImage seen = ImageOf(picture.ApplyOverlay(CAlphaIcon(over.Get())).Get());
+        const CUniqueIcon over = Plain(side, 0xFF000000, 0);
+        const IconImage seen =
+            ImageOf(CAlphaIcon(icon.Get()).ApplyOverlay(CAlphaIcon(over.Get())).Get());
         for (std::size_t i = 0; i < 16; ++i) {
             const bool covered = i % 4 < std::size_t(side) && i / 4 < std::size_t(side);
             EXPECT_EQ(seen.colours.at(i), covered ? 0xFF000000 : 0xFFFFFFFF) << side << " " << i;
@@ -76,7 +76,7 @@ TEST(CAlphaIcon, IsEmptyAndGivesNoIconWhereThereIsNoPicture) {
     ICONINFO info{TRUE, 0, 0, mask.Get(), nullptr};
     const CUniqueIcon blackAndWhite(CreateIconIndirect(&info));
     ASSERT_TRUE(blackAndWhite);
-    const CUniqueIcon white = MakeIcon(2, Picture(4, 0xFFFFFFFF), Mask(4, 0));
+    const CUniqueIcon white = Plain(2, kWhite, 0);
     CAlphaIcon whole(white.Get());
     for (const HICON icon : {HICON{}, blackAndWhite.Get(), HICON(0x123456)}) {
         CAlphaIcon empty(icon);
@@ -90,46 +90,31 @@ TEST(CAlphaIcon, IsEmptyAndGivesNoIconWhereThereIsNoPicture) {
     EXPECT_TRUE(whole.IsEmpty());
 }
 
-TEST(CAlphaIcon, GetsEveryOverlayInTheSizeItIsAskedForAndTracesEachAsNew) {
-    for (const WORD id : std::initializer_list<WORD>{208, 209, 210, 211, 212, 218})
-        for (const std::uint32_t size : {16u, 24u, 32u, 48u, 256u, 257u}) {
-            CTraceListener trace;
-            const auto overlay = CAlphaIcon::GetOverlay(id, size);
-            EXPECT_EQ(overlay->Width(), static_cast<std::int32_t>(size)) << id;
-            const std::vector<std::string> lines = {
-                "enter CAlphaIcon::GetOverlay", "Creating new icon",
-                "enter CAlphaIcon::CAlphaIcon", "enter CAlphaIcon::Init",
-                "leave CAlphaIcon::Init",       "leave CAlphaIcon::CAlphaIcon",
-                "leave CAlphaIcon::GetOverlay"};
-            EXPECT_EQ(trace.Lines(), lines);
-            trace.Clear();
-            EXPECT_EQ(CAlphaIcon::GetOverlay(id, size) == overlay, size <= 256);
-            EXPECT_EQ(trace.Lines(), lines) << "the second time";
-        }
+TEST(CAlphaIcon, HoldsOverlaysOfUpTo256PixelsAndTracesEachAsNew) {
+    for (const std::uint32_t size : {16u, 256u, 257u}) {
+        const auto overlay = CAlphaIcon::GetOverlay(210, size);
+        EXPECT_EQ(overlay->Width(), static_cast<std::int32_t>(size));
+        const CTraceListener trace;
+        EXPECT_EQ(CAlphaIcon::GetOverlay(210, size) == overlay, size <= 256);
+        const Strings lines = {"enter CAlphaIcon::GetOverlay", "Creating new icon",
+                               "enter CAlphaIcon::CAlphaIcon", "enter CAlphaIcon::Init",
+                               "leave CAlphaIcon::Init",       "leave CAlphaIcon::CAlphaIcon",
+                               "leave CAlphaIcon::GetOverlay"};
+        EXPECT_EQ(trace.Lines(), lines) << size;
+    }
 }
 
-TEST(CAlphaIcon, HoldsNoMoreAfterManyOverlaysOfEverySizeThanAfterAHundred) {
-    if (UnderHeapChecks())
-        GTEST_SKIP() << "a checked heap keeps released blocks for a while";
-    const CUniqueIcon icon = MakeIcon(16, Picture(256, 0xFFFFFFFF), Mask(256, 0));
-    const auto rounds = [&](int count) {
-        for (int i = 0; i < count; ++i) {
-            const auto held = CAlphaIcon::GetOverlay(210, 16);
-            for (const std::uint32_t side : {1 + i % 50, 257})
-                CAlphaIcon::GetOverlay(static_cast<std::uint16_t>(208 + i % 5), side);
-            CAlphaIcon::GetOverlay(9999, 16);
-            CAlphaIcon picture(icon.Get());
-            ASSERT_TRUE(picture.ApplyOverlay(*held)) << "however many came after it";
-        }
-        CountProcess();  // its own tables count as warm-up too
-    };
-    rounds(100);
-    const ProcessCounts before = CountProcess();
-    rounds(200);
-    const ProcessCounts after = CountProcess();
-    EXPECT_EQ(after.gdiObjects, before.gdiObjects);
-    EXPECT_EQ(after.heapBlocks, before.heapBlocks);
-    EXPECT_EQ(after.handles, before.handles);
+TEST(CAlphaIcon, HoldsALimitedNumberOfOverlaysAndTheseAsLongAsTheyAreUsed) {
+    const CUniqueIcon icon = Plain(16, kWhite, 0);
+    std::uint32_t size = 16;
+    ExpectNoGrowth(3, 20, [&] {
+        const auto held = CAlphaIcon::GetOverlay(210, ++size);  // one that nobody asked for yet
+        for (std::uint16_t other = 0; other < 60; ++other)
+            CAlphaIcon::GetOverlay(static_cast<std::uint16_t>(208 + other % 5), 1 + other / 5);
+        CAlphaIcon::GetOverlay(210, 257);
+        CAlphaIcon::GetOverlay(9999, 16);
+        EXPECT_TRUE(CAlphaIcon(icon.Get()).ApplyOverlay(*held)) << "however many came after it";
+    });
 }
 
 }  // namespace

@@ -1,37 +1,27 @@
 #pragma once
 
 // What the tests of the context menu share: a data object whose drop list the test writes byte by
-// byte, the handler's outside that records what it is asked, a catalogue and PKCS#7 files.
-
-#include <gtest/gtest.h>
-#include <miniz.h>
+// byte, the handler's outside that records what it is asked, and PKCS#7 files.
 
 #include <cstring>
 #include <functional>
 #include <optional>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "common/system/os/owners_win32.h"
-#include "common/system/text/convert.h"
-#include "support/temp_folder.h"
-#include "support/test_paths.h"
-#include "support/trace_listener.h"
+#include "extension_fixture.h"
 #include "tarnwell/win32/context_menu.h"
 #include "tarnwell/win32/menu_bitmap.h"
 // Windows last.
 #include <shellapi.h>
 #include <shlobj.h>
-#include <wrl/client.h>
 
 namespace tarnwell::test {
 
 /// The code of a menu that was filled.
 inline constexpr HRESULT kFilled = 3;
 
-using Strings = std::vector<std::string>;
-using Paths = std::vector<std::u16string>;
+using Paths = std::vector<CUTF16String>;
 
 /// DropBlock gives a drop list whose header is followed by `names`, bytes as they stand.
 inline std::string DropBlock(bool wide, std::string_view names) {
@@ -91,23 +81,10 @@ private:
     ULONG m_references = 1;
 };
 
-inline constexpr char kCatalogue[] = R"(var texts = { "tarnwellDLL": {
-    "sign": "Sign \u00e9", "encrypt": "Encrypt", "signencrypt": "Sign and encrypt",
-    "recover": "Recover", "recover_veryfy": "Recover and verify",
-    "general_error_title": "General title", "general_error_message": "General text",
-    "open_file_error_message": "Open text",
-    "recover_error_title": "Recover title", "recover_error_message": "Recover text"
-}, "menu": { "open": "Open" } })";
-
-/// The outside of the handler: a catalogue of its own, and a record of what is asked.
+/// The outside of the handler: the French texts of the development manager, whose archive the build
+/// puts beside the test programs, and a record of what is asked.
 class CRecordingServices : public CMenuServices {
 public:
-    explicit CRecordingServices(const CTempFolder& folder) : m_archive(folder / "kestrix.bin") {
-        EXPECT_TRUE(mz_zip_add_mem_to_archive_file_in_place(
-            m_archive.string().c_str(), "scripts/language.en.js", kCatalogue, sizeof kCatalogue - 1,
-            nullptr, 0, MZ_DEFAULT_COMPRESSION));
-    }
-
     bool hasCatalogue = true;
     ResultCode result = kResultDone;
     std::vector<std::pair<ActionCode, Paths>> sent;
@@ -116,32 +93,24 @@ public:
     std::function<void(std::span<const CUTF16String>)> during;  ///< called while sending
 
     bool LoadCatalogue(Lang& lang) override {
-        lang.UseLanguages(std::u16string_view(u"en\0\0", 4));
-        return hasCatalogue && lang.Load(Utf16(m_archive));
+        lang.UseLanguages(u"fr");
+        return hasCatalogue && lang.Load(u"resources\\kestrix.bin");
     }
     ResultCode Send(ActionCode action, std::span<const CUTF16String> files) override {
         if (during)
             during(files);
-        for (Paths& paths = sent.emplace_back(action, Paths()).second;
-             const CUTF16String& file : files)
-            paths.emplace_back(file);
+        sent.emplace_back(action, Paths(files.begin(), files.end()));
         return result;
     }
     void ShowMessage(HWND over, const CUTF16String& title, const CUTF16String& text) override {
         owner = over;
-        boxes.insert(boxes.end(), {std::u16string(title), std::u16string(text)});
+        boxes.insert(boxes.end(), {title, text});
     }
-
-private:
-    std::filesystem::path m_archive;
 };
 
 class ContextMenuTest : public testing::Test {
 protected:
-    ContextMenuTest() {
-        CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-        handler.Attach(new CContextMenu(services));
-    }
+    ContextMenuTest() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
     ~ContextMenuTest() override { CoUninitialize(); }
 
     HRESULT SelectBlock(std::optional<std::string> block) {
@@ -191,12 +160,20 @@ protected:
 
     /// Container makes a file with the bytes of one of the corpus.
     std::wstring Container(const char* name, const std::string& original) const {
-        return folder.Write(name, ReadBytes(TestDataPath("corpus/" + original))).wstring();
+        return folder.Write(name, ReadBytes(Sample(original))).wstring();
+    }
+
+    /// Box is the title and the text of a message, by their keys in the catalogue.
+    Paths Box(const std::string& title, const std::string& text) {
+        Lang lang;
+        services.LoadCatalogue(lang);
+        return {Utf16FromUtf8(lang["tarnwellDLL." + title]),
+                Utf16FromUtf8(lang["tarnwellDLL." + text])};
     }
 
     CTempFolder folder;
-    CRecordingServices services{folder};
-    Microsoft::WRL::ComPtr<CContextMenu> handler;
+    CRecordingServices services;
+    ComPtr<CContextMenu> handler = MakeObject<CContextMenu>(services);
     CUniqueMenu menu;
     CTraceListener trace;
     const std::wstring text = L"C:\\a, b.txt";

@@ -3,14 +3,9 @@
 // What the tests of registration and of icons share: a key in place of HKEY_CLASSES_ROOT, and the
 // means to tell whose picture an icon shows.
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "common/system/os/owners_win32.h"
 #include "common/system/os/settings_win32.h"
-#include "common/system/text/convert.h"
+#include "extension_fixture.h"
 
 namespace tarnwell::test {
 
@@ -32,9 +27,21 @@ using Picture = std::vector<std::uint32_t>;
 /// A byte for each pixel, 1 where it is transparent.
 using Mask = std::vector<std::uint8_t>;
 
-/// What an icon shows, and what its mask hides; all empty for no icon.
+/// PixelsOf gives what a bitmap of 32 bits a pixel and of that size holds.
+inline Picture PixelsOf(HBITMAP bitmap, SIZE size) {
+    Picture pixels(static_cast<std::size_t>(size.cx * size.cy));
+    const auto bytes = static_cast<LONG>(4 * pixels.size());
+    EXPECT_EQ(GetBitmapBits(bitmap, bytes, pixels.data()), bytes);
+    return pixels;
+}
+
+/// The bytes of a row in the bits of a mask.
+inline std::size_t MaskRowBytes(std::size_t width) {
+    return (width + 15) / 16 * 2;
+}
+
+/// What an icon shows, and what its mask hides; both empty for no icon.
 struct IconImage {
-    SIZE size{};
     Picture colours;
     Mask mask;
 };
@@ -46,16 +53,13 @@ inline IconImage ImageOf(HICON icon) {
     const CUniqueBitmap colour(info.hbmColor), mask(info.hbmMask);
     BITMAP shape = {};
     GetObjectW(colour.Get(), sizeof shape, &shape);
+    IconImage image{PixelsOf(colour.Get(), {shape.bmWidth, shape.bmHeight}), {}};
     const auto width = static_cast<std::size_t>(shape.bmWidth);
-    const auto height = static_cast<std::size_t>(shape.bmHeight);
-    IconImage image{{shape.bmWidth, shape.bmHeight}, Picture(width * height), {}};
-    GetBitmapBits(colour.Get(), static_cast<LONG>(4 * width * height), image.colours.data());
-    const std::size_t rowBytes = (width + 15) / 16 * 2;
-    Mask bits(rowBytes * height);
+    Mask bits(MaskRowBytes(width) * static_cast<std::size_t>(shape.bmHeight));
     GetBitmapBits(mask.Get(), static_cast<LONG>(bits.size()), bits.data());
-    for (std::size_t i = 0; i < width * height; ++i) {
-        const std::size_t x = i % width;
-        image.mask.push_back(bits[i / width * rowBytes + x / 8] >> (7 - x % 8) & 1);
+    for (std::size_t i = 0; i < image.colours.size(); ++i) {
+        const std::uint8_t eight = bits[i / width * MaskRowBytes(width) + i % width / 8];
+        image.mask.push_back(eight >> (7 - i % width % 8) & 1);
     }
     return image;
 }

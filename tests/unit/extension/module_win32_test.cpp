@@ -1,28 +1,20 @@
 #include "tarnwell/win32/module.h"
 
-#include "support/trace_listener.h"
+#include "extension_fixture.h"
 #include "tarnwell/win32/class_ids.h"
 #include "tarnwell/win32/guard.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <new>
 #include <stdexcept>
-#include <string>
-#include <vector>
 // Windows last.
 #include <objbase.h>
 #include <shlobj.h>
-#include <wrl/client.h>
 
-namespace tarnwell {
+namespace tarnwell::test {
 namespace {
 
-using Microsoft::WRL::ComPtr;
-
 constexpr IID kForeign = {0x12345678, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-constexpr CLSID kHandlers[] = {CLSID_ContextMenu, CLSID_ExtractIcon, CLSID_ShellHover};
 
 ComPtr<IClassFactory> ClassObject(REFCLSID classId) {
     ComPtr<IClassFactory> classObject;
@@ -32,9 +24,10 @@ ComPtr<IClassFactory> ClassObject(REFCLSID classId) {
     return classObject;
 }
 
-ComPtr<IUnknown> Create(REFCLSID classId) {
-    ComPtr<IUnknown> object;
-    EXPECT_EQ(ClassObject(classId)->CreateInstance(nullptr, IID_IUnknown,
+template <class Interface = IUnknown>
+ComPtr<Interface> Create(REFCLSID classId, REFIID id = IID_IUnknown) {
+    ComPtr<Interface> object;
+    EXPECT_EQ(ClassObject(classId)->CreateInstance(nullptr, id,
                                                    reinterpret_cast<void**>(object.GetAddressOf())),
               S_OK);
     return object;
@@ -45,15 +38,12 @@ TEST(Module, EachClassAnswersToItsInterfacesAndNoOthers) {
     const std::vector<IID> all = {IID_IUnknown,      IID_IPersist,     IID_IPersistFile,
                                   IID_IShellExtInit, IID_IContextMenu, IID_IExtractIconW,
                                   IID_IQueryInfo,    IID_IClassFactory};
-    const struct {
-        CLSID classId;
+    const std::pair<CLSID, std::string> cases[] = {{CLSID_ContextMenu, "y--yy---"},
+                                                   {CLSID_ExtractIcon, "yyy--y--"},
+                                                   {CLSID_ShellHover, "yyy---y-"}};
+    for (const auto& [classId, expected] : cases) {
+        const ComPtr<IUnknown> object = Create(classId);
         std::string answers;  // a letter for each of `all`
-    } cases[] = {{CLSID_ContextMenu, "y--yy---"},
-                 {CLSID_ExtractIcon, "yyy--y--"},
-                 {CLSID_ShellHover, "yyy---y-"}};
-    for (const auto& each : cases) {
-        const ComPtr<IUnknown> object = Create(each.classId);
-        std::string answers;
         for (const IID& id : all) {
             void* found = &answers;
             const HRESULT result = object->QueryInterface(id, &found);
@@ -66,17 +56,14 @@ TEST(Module, EachClassAnswersToItsInterfacesAndNoOthers) {
                 owner.As(&identity);
             EXPECT_TRUE(!owner || identity.Get() == object.Get());
         }
-        EXPECT_EQ(answers, each.answers);
+        EXPECT_EQ(answers, expected);
         EXPECT_EQ(object->QueryInterface(kForeign, nullptr), E_POINTER);
     }
-    EXPECT_EQ(DllCanUnloadNow(), S_OK);
 }
 
 TEST(Module, HandlersOfOneFileRememberItAndDoNothingElse) {
     for (const CLSID& expected : {CLSID_ExtractIcon, CLSID_ShellHover}) {
-        ComPtr<IPersistFile> file;
-        Create(expected)->QueryInterface(IID_IPersistFile,
-                                         reinterpret_cast<void**>(file.GetAddressOf()));
+        const auto file = Create<IPersistFile>(expected, IID_IPersistFile);
         CLSID classId = {};
         EXPECT_EQ(file->GetClassID(&classId), S_OK);
         EXPECT_TRUE(IsEqualCLSID(classId, expected));
@@ -102,12 +89,11 @@ TEST(Module, RefusesWhatItDoesNotHaveAndClearsTheResult) {
     EXPECT_EQ(factory->CreateInstance(factory.Get(), IID_IUnknown, &objects[2]),
               CLASS_E_NOAGGREGATION);
     EXPECT_EQ(factory->CreateInstance(nullptr, kForeign, &objects[3]), E_NOINTERFACE);
-    for (const void* object : objects)
-        EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(std::ranges::count(objects, nullptr), 4);
 }
 
 TEST(Module, IsKeptLoadedByObjectsServerLocksAndClassObjects) {
-    for (const CLSID& handler : kHandlers) {
+    for (const CLSID& handler : {CLSID_ContextMenu, CLSID_ExtractIcon, CLSID_ShellHover}) {
         EXPECT_EQ(DllCanUnloadNow(), S_OK);
         ComPtr<IUnknown> object = Create(handler);
         ComPtr<IUnknown> second = object;
@@ -131,7 +117,7 @@ TEST(Guard, BracketsTheCallAndReportsWhatWasThrown) {
     const struct {
         HRESULT (*body)();
         HRESULT result;
-        std::vector<std::string> lines;
+        Strings lines;
     } cases[] = {
         {[]() -> HRESULT { return S_FALSE; }, S_FALSE, {}},
         {[]() -> HRESULT { throw std::bad_alloc(); }, E_OUTOFMEMORY, {"std::bad_alloc"}},
@@ -139,7 +125,7 @@ TEST(Guard, BracketsTheCallAndReportsWhatWasThrown) {
         {[]() -> HRESULT { throw 7; }, E_FAIL, {"unknown exception"}},
     };
     for (const auto& each : cases) {
-        const test::CTraceListener trace;
+        const CTraceListener trace;
         EXPECT_EQ(Guard("CX::Method", each.body), each.result);
         EXPECT_EQ(trace.Messages(), each.lines);
         EXPECT_EQ(trace.Lines().front(), "enter CX::Method");
@@ -148,4 +134,4 @@ TEST(Guard, BracketsTheCallAndReportsWhatWasThrown) {
 }
 
 }  // namespace
-}  // namespace tarnwell
+}  // namespace tarnwell::test

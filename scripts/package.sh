@@ -42,9 +42,9 @@ upgrade_code=6301403E-0BC2-406E-A2C7-740E7D3F7E03 # one for all versions, for go
 [[ ${SIGN_CERT:+given} == "${SIGN_KEY:+given}" ]] || die "SIGN_CERT and SIGN_KEY go together"
 
 check_reproducible() {
-    local work folder clone different=0 file
+    local folder clone different=0 file
     mkdir -p "$root/build"
-    work=$(mktemp -d "$root/build/reproducible.XXXXXX")
+    work=$(mktemp -d "$root/build/reproducible.XXXXXX") # not local: the trap comes after the function
     trap 'rm -rf "$work"' EXIT
     for folder in one another/of-another-length; do
         clone=$work/$folder

@@ -1,15 +1,6 @@
 #!/usr/bin/env bash
 # Drives the real development manager under Wine, over loopback HTTP: see manager.py.
-#
-#   TARNWELL_BUILD  the folder with Corvane.exe (default: build/windows/bin)
 set -euo pipefail
 cd "$(dirname "$0")/../.."
-export TARNWELL_BUILD=${TARNWELL_BUILD:-$PWD/build/windows/bin}
-if [[ ! -f $TARNWELL_BUILD/Corvane.exe ]]; then
-    echo "There is no Corvane.exe in $TARNWELL_BUILD: build it first, or set TARNWELL_BUILD." >&2
-    exit 2
-fi
-TARNWELL_WINEPREFIX=$(scripts/wine-prefix.sh new)
-export TARNWELL_WINEPREFIX
-trap 'scripts/wine-prefix.sh drop "$TARNWELL_WINEPREFIX"' EXIT
+. tests/e2e/prefix.sh
 python3 tests/e2e/manager.py "$@"

@@ -13,7 +13,7 @@ namespace tarnwell::test {
 /// ExpectNoGrowth calls `round` for warming up and then as often as `rounds` says; what is lost in
 /// each of those shows in the counts.
 template <class Round>
-void ExpectNoGrowth(int warmUp, int rounds, Round&& round) {
+void ExpectNoGrowth(int warmUp, int rounds, const Round& round) {
     if (UnderHeapChecks())
         return;
     const auto countAfter = [&](int count) {

@@ -94,7 +94,9 @@ TEST_F(ExtractIconTest, MarksTheEnclosedTypesIconByContentAndVerdict) {
 TEST_F(ExtractIconTest, DrawsWhatIsAskedForAndSurvivesAnySize) {
     EXPECT_EQ(Open("ossl-env-aes256-1.p7m", "report.p7"), S_OK);
     const CUniqueModule shell(LoadLibraryW(L"shell32.dll"));  // has the icon of unknown types
+    const CTraceListener trace;
     EXPECT_EQ(handler->Extract(nullptr, 0, nullptr, little.Put(), kSizes), S_OK);
+    EXPECT_EQ(trace.Count("Creating new icon"), 1u);
     EXPECT_EQ(PictureOf(little.Get()), Marked(16, {211}, shell.Get(), 1));
     EXPECT_EQ(handler->Extract(nullptr, 0, large.Put(), nullptr, kSizes), S_OK);
     EXPECT_EQ(PictureOf(large.Get()), Marked(48, {211}, shell.Get(), 1));

@@ -71,7 +71,10 @@ TEST(OriginalFileIcon, IsWhatTheTypesDefaultIconSaysOrElseTheShells) {
                        static_cast<DWORD>(2 * test.text.Length() + 2 - test.cut));
         const CTraceListener trace;
         EXPECT_EQ(Load(classes.Root()), test.shown);
-        EXPECT_EQ(trace.Count("Default ICON choosen"), test.shown == "shell");
+        Strings lines = {"enter LoadOriginalFileIcon", "leave LoadOriginalFileIcon"};
+        if (test.shown == "shell")
+            lines.insert(lines.begin() + 1, "Default ICON choosen");
+        EXPECT_EQ(trace.Lines(), lines);
     }
 
     // One icon that cannot be had sends both to the default.

@@ -191,12 +191,7 @@ def hostile_cases():
     bad = "error Bad HTTP response"
     noise = random.Random(7).randbytes(100_000)
     head = b"HTTP/1.1 200 OK\r\nA: b\r\n"
-    # Who closes without reading may reset; where the client notices is a matter of time.
-    any_end = re.compile("error Bad HTTP response|error Unable to (receive data: Connection reset "
-                         "by peer|send data: (Connection reset by peer|Software caused connection "
-                         "abort|Can't send after socket shutdown))")
     for name, behaviour, expected in (
-            ("closes at once", lambda _: None, any_end),
             ("head without end", says(head + b"Name: value\r\n" * 500_000), bad),
             ("binary noise", says(noise), bad),
             ("noise behind a good head", says(head + b"\r\n" + noise), answer("200 OK", 1, noise)),

@@ -39,6 +39,7 @@ TEST(CHttpConnection, RefusesAnAddressItCannotUse) {
     const std::string host(300, 'h');
     const std::pair<CISOString, std::string> rows[] = {
         {"ftp://host/", "Invalid protocol : ftp"},
+        {"https://host/", "Invalid protocol : https"},
         {"HTTP://host/", "Invalid protocol : HTTP"},
         {"http://127.0.0.1:80x/", "Invalid URL format"},
         {CISOString("http://" + host), "Host \"" + host + "\" not found"},

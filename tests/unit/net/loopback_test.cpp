@@ -56,6 +56,17 @@ TEST_F(CLoopbackTest, GivesTheSocketBackOnEveryFailure) {
     EXPECT_LT(next(), before + 25);
 }
 
+TEST_F(CLoopbackTest, SendingToAPeerThatIsGoneFailsAndEndsNoProcess) {
+    CHttpConnection client;
+    client.Connect(CHttpUrl::Parse(Address()));
+    EXPECT_NE(m_listener.Accept(20s), nullptr);
+    const auto sendOn = [&] {
+        for (;;)
+            client.SendAll("x");
+    };
+    EXPECT_TRUE(MessageOf(sendOn).starts_with("Unable to send data: "));
+}
+
 TEST_F(CLoopbackTest, HoldsADrippingClientToTheDeadline) {
     CHttpConnection client;
     client.Connect(CHttpUrl::Parse(Address()));

@@ -53,9 +53,7 @@ std::string Utf8(const std::filesystem::path& path) {
 TEST(P7Tool, InfoGoesOnBehindAFileThatCannotBeRead) {
     const Result result = Called({"info", Corpus("missing.p7"), Corpus("bc-rsa.p7")});
     EXPECT_EQ(result.status, kFailed);
-    EXPECT_THAT(result.out, HasSubstr(R"("exception":"reading ')"));
-    EXPECT_THAT(result.out, HasSubstr(R"("code":0,"type":"SIGN","error":0,"errorNames":"",)"));
-    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 2);
+    EXPECT_THAT(result.out, MatchesRegex(".*\"exception\":\"reading '.*\n.*\"type\":\"SIGN\".*\n"));
     EXPECT_THAT(result.err, HasSubstr("cannot be read as a PKCS#7 file"));
 }
 

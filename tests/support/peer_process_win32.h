@@ -4,25 +4,42 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
+
+#include "common/system/os/windows.h"
 
 namespace tarnwell::test {
 
 /// PeerProgram is the path of tests/programs/peer_process as it was built.
-std::filesystem::path PeerProgram();
+inline std::filesystem::path PeerProgram() {
+    wchar_t own[1024] = {};
+    GetModuleFileNameW(nullptr, own, 1024);
+    return std::filesystem::path(own).replace_filename(L"peer_process.exe");
+}
 
 class CPeerProcess {
 public:
     /// Starts `program` with `arguments`. Throws std::runtime_error if it cannot be started.
     explicit CPeerProcess(const std::string& arguments,
-                          const std::filesystem::path& program = PeerProgram());
+                          const std::filesystem::path& program = PeerProgram())
+        // The command interpreter takes the outermost quotes away. NOLINTNEXTLINE(cert-env33-c)
+        : m_output(_popen(("\"\"" + program.string() + "\" " + arguments + "\"").c_str(), "r")) {
+        if (!m_output)
+            throw std::runtime_error("cannot start " + program.string());
+    }
     CPeerProcess(const CPeerProcess&) = delete;
     CPeerProcess& operator=(const CPeerProcess&) = delete;
     /// Waits for the program's end.
-    ~CPeerProcess();
+    ~CPeerProcess() { _pclose(m_output); }
 
     /// ReadLine waits for the next line and gives it without its end; "" when there is none.
-    std::string ReadLine();
+    std::string ReadLine() {
+        char line[1024] = "";
+        (void)std::fgets(line, sizeof line, m_output);
+        const std::string text = line;
+        return text.substr(0, text.find_first_of("\r\n"));
+    }
 
 private:
     std::FILE* m_output;

@@ -1,27 +1,16 @@
 #include "support/temp_folder.h"
 
-#include <cstdint>
 #include <fstream>
-#include <iterator>
 #include <random>
 #include <stdexcept>
-#include <system_error>
 
 namespace tarnwell::test {
-namespace {
-
-std::filesystem::path FromUtf8(std::string_view name) {
-    return std::filesystem::path(std::u8string(name.begin(), name.end()));
-}
-
-}  // namespace
 
 CTempFolder::CTempFolder() {
     std::random_device random;
     do {
-        const std::uint64_t number = std::uint64_t{random()} << 32 | random();
         m_path =
-            std::filesystem::temp_directory_path() / ("tarnwell test " + std::to_string(number));
+            std::filesystem::temp_directory_path() / ("tarnwell test " + std::to_string(random()));
     } while (!std::filesystem::create_directory(m_path));
 }
 
@@ -31,7 +20,7 @@ CTempFolder::~CTempFolder() {
 }
 
 std::filesystem::path CTempFolder::operator/(std::string_view name) const {
-    return m_path / FromUtf8(name);
+    return m_path / std::u8string(name.begin(), name.end());
 }
 
 std::filesystem::path CTempFolder::Write(std::string_view name, std::string_view bytes) const {

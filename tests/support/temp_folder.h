@@ -4,6 +4,7 @@
 // with all it holds when the owner dies. Its name holds a blank, as users' folders do.
 
 #include <filesystem>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -32,6 +33,11 @@ private:
 
 /// ReadBytes gives the whole file as bytes. Throws std::runtime_error if it cannot be read.
 std::string ReadBytes(const std::filesystem::path& path);
+
+/// BytesOf shows a text as the code under test takes the bytes of a file.
+inline std::span<const unsigned char> BytesOf(std::string_view text) {
+    return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
+}
 
 /// Utf16 gives the path as the code under test takes it, in the system's own spelling.
 CUTF16String Utf16(const std::filesystem::path& path);

@@ -4,8 +4,6 @@
 // that a test can say which functions and messages it expects. One at a time; lines of several
 // threads are kept in the order in which they came. It has no texts for error codes.
 
-#include <cstddef>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -20,7 +18,8 @@ public:
     CTraceListener(const CTraceListener&) = delete;
     CTraceListener& operator=(const CTraceListener&) = delete;
 
-    /// Lines gives everything so far: "enter X", "leave X", and messages as they stand, filled in.
+    /// Lines gives everything so far: "enter X", "leave X", and messages as they stand, filled in
+    /// and cut to 1000 bytes.
     std::vector<std::string> Lines() const;
 
     /// Messages gives the messages alone, without entries and exits.
@@ -32,13 +31,6 @@ public:
     void Clear();
 
 private:
-    static void Enter(const char* name, ...);
-    static void Leave(const char* name, ...);
-    static void Message(const char* format, ...);
-    void Add(std::string line);
-
-    mutable std::mutex m_mutex;
-    std::vector<std::string> m_lines;
     const TraceLibrary* m_replaced;
 };
 

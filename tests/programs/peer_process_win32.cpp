@@ -4,7 +4,7 @@
 //     peer_process window [HANG-MS]   its process id once the manager's window is there; then each
 //                                     copy-data message as "tag length wParam text", after having
 //                                     hung that long; ends with the first
-//     peer_process name               what the foundation calls this program
+//     peer_process name               what the foundation calls this program, behind its length
 //     peer_process hold NAME          its process id once it holds the global mutex; a moment later
 //     peer_process hold NAME die      it unlocks the mutex, or dies with it
 
@@ -80,6 +80,7 @@ int main(int count, char** arguments) {
         return Hold(arguments[2], count > 3);
     if (command != "name")
         return 2;
-    (void)std::printf("%s\n", Utf8FromUtf16(GetHostApplicationName()).CStr());
+    const CISOString name = Utf8FromUtf16(GetHostApplicationName());
+    (void)std::printf("%zu %s\n", name.Length(), name.CStr());
     return 0;
 }

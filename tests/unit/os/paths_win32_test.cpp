@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <string>
-#include <utility>
 
 #include "common/system/os/install_paths.h"
 #include "common/system/os/long_path.h"
@@ -11,25 +9,18 @@
 namespace tarnwell {
 namespace {
 
-CUTF16String Environment(const wchar_t* name) {
-    wchar_t value[512] = {};
-    GetEnvironmentVariableW(name, value, 512);
-    return Units(value);
-}
-
-TEST(InstallPaths, AreTheSystems) {
-    wchar_t program[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, program, MAX_PATH);
-    EXPECT_EQ(ModulePath(), Units(program));
-    const CUTF16String folder64 = Environment(L"ProgramW6432");
-    const CUTF16String folder32 = Environment(L"ProgramFiles(x86)");
-    EXPECT_FALSE(folder64.IsEmpty());
-    EXPECT_EQ(ProgramFilesFolders::Fetch().programFiles64, folder64);
-    EXPECT_EQ(ProgramFilesFolders::Fetch().programFiles32, folder32);
-    EXPECT_EQ(ProductFolder(EProductRoot::kProgramFiles), folder64 + u"\\Ostrel");
-    EXPECT_EQ(ProductFolder(EProductRoot::kProgramFiles64), folder64 + u"\\Ostrel");
-    EXPECT_EQ(ProductFolder(EProductRoot::kProgramFiles32), folder32 + u"\\Ostrel");
-    EXPECT_EQ(ProductFolder(EProductRoot::kRoamingAppData), Environment(L"APPDATA") + u"\\Ostrel");
+TEST(ProductFolder, LiesInTheFoldersOfThe64BitSystem) {
+    const std::pair<EProductRoot, const wchar_t*> kCases[] = {
+        {EProductRoot::kProgramFiles, L"ProgramW6432"},
+        {EProductRoot::kProgramFiles64, L"ProgramW6432"},
+        {EProductRoot::kProgramFiles32, L"ProgramFiles(x86)"},
+        {EProductRoot::kRoamingAppData, L"APPDATA"},
+    };
+    for (const auto& [root, variable] : kCases) {
+        wchar_t folder[512] = {};
+        ASSERT_GT(GetEnvironmentVariableW(variable, folder, 512), 0U);
+        EXPECT_EQ(ProductFolder(root), CUTF16String(Units(folder)) + u"\\Ostrel");
+    }
 }
 
 TEST(OpenablePath, APathOf260UnitsAndMoreIsExtendedAndNormalised) {

@@ -1,11 +1,10 @@
 #include "zellog/rolling_file.h"
 
 #include <gmock/gmock.h>
-#include <process.h>
 
-#include <map>
 #include <set>
 #include <sstream>
+#include <thread>
 
 #include "support/temp_folder.h"
 
@@ -16,7 +15,6 @@ using test::ReadBytes;
 using testing::ElementsAre;
 
 constexpr const char* kName = "trace.log";
-constexpr int kWriters = 4, kLines = 500;
 
 RollingFileHandle::Value OpenSharing(const std::filesystem::path& path, DWORD sharing) {
     return CreateFileW(path.c_str(), GENERIC_READ | FILE_APPEND_DATA, sharing, nullptr,
@@ -48,11 +46,13 @@ protected:
         EXPECT_TRUE(LockFileEx(file.Get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &place));
         return file;
     }
-    static ULONGLONG TimeOfTenLines(CRollingFile& file) {
+    /// Each of ten lines could wait for a second; only the first one is to.
+    static void ExpectOneWaitInTenLines(CRollingFile& file) {
         const ULONGLONG start = GetTickCount64();
         for (int i = 0; i < 10; ++i)
             file.Append("x");
-        return GetTickCount64() - start;
+        const ULONGLONG took = GetTickCount64() - start;
+        EXPECT_TRUE(took >= 900 && took < 3'000) << took;
     }
 
     test::CTempFolder m_folder;
@@ -104,9 +104,8 @@ TEST_F(CRollingFileTest, APipeIsNoFile) {
 TEST_F(CRollingFileTest, AWriterThatHangsIsWaitedForOnce) {
     const CFile hanging = Hang();
     CRollingFile file(m_path.wstring());
-    const ULONGLONG took = TimeOfTenLines(file);
+    ExpectOneWaitInTenLines(file);
     EXPECT_EQ(ReadBytes(m_path), "xxxxxxxxxx");
-    EXPECT_TRUE(took >= 900 && took < 3'000) << took;
 }
 
 TEST_F(CRollingFileTest, AThreadThatWasKilledInItsTurnIsWaitedForOnce) {
@@ -120,47 +119,39 @@ TEST_F(CRollingFileTest, AThreadThatWasKilledInItsTurnIsWaitedForOnce) {
         CreateThread(nullptr, 0, append, &file, 0, nullptr));
     Sleep(200);  // it waits for the lock of the one that hangs
     ASSERT_TRUE(TerminateThread(killed.Get(), 0));
-    const ULONGLONG took = TimeOfTenLines(file);
+    ExpectOneWaitInTenLines(file);
     EXPECT_EQ(ReadBytes(m_path), "");
-    EXPECT_TRUE(took >= 900 && took < 3'000) << took;
 }
 
-TEST_F(CRollingFileTest, SeveralProcessesRollOneFileWithoutLosingOrMixingLines) {
-    wchar_t program[1024];
-    GetModuleFileNameW(nullptr, program, 1024);
-    SetEnvironmentVariableW(L"ROLLING_FILE", m_path.c_str());
-    std::intptr_t writers[kWriters];
-    for (std::intptr_t& writer : writers)
-        writer = _wspawnl(_P_NOWAIT, program, L"writer", L"--gtest_also_run_disabled_tests",
-                          L"--gtest_filter=*WritesManyLinesIntoSmallFiles", nullptr);
-    for (const std::intptr_t writer : writers)
-        _cwait(nullptr, writer, 0);
+// Each of them is like another process: the lock between them lies on the file.
+TEST_F(CRollingFileTest, SeveralWritersRollOneFileWithoutLosingOrMixingLines) {
+    constexpr int kWriters = 4, kLines = 500;
+    std::vector<std::thread> writers;
+    for (int writer = 0; writer < kWriters; ++writer)
+        writers.emplace_back([&, writer] {
+            // 200,000 bytes in all: three full files of about 54,000 bytes and a last one.
+            CRollingFile file(m_path.wstring(), 54'000 + CRollingFile::kLongestLine);
+            for (int i = 0; i < kLines; ++i) {
+                char line[101];
+                (void)std::snprintf(line, sizeof line, "%-20d %-78d\n", writer, i);
+                file.Append(line);
+            }
+        });
+    for (std::thread& writer : writers)
+        writer.join();
     EXPECT_THAT(Names(), ElementsAre(kName, "trace.log.1", "trace.log.2", "trace.log.3"));
-    std::map<unsigned, int> next;
+    int next[kWriters] = {};
     for (const char* name : {"trace.log.3", "trace.log.2", "trace.log.1", kName}) {
-        const std::string bytes = ReadBytes(m_folder / name);
-        ASSERT_EQ(bytes.size() % 100, 0U) << name;
-        for (std::size_t at = 0; at < bytes.size(); at += 100) {
-            unsigned process = 0;
-            int line = -1;
-            ASSERT_TRUE(std::istringstream(bytes.substr(at, 100)) >> process >> line);
-            ASSERT_EQ(line, next[process]++) << process << " in " << name;
-            ASSERT_EQ(bytes[at + 99], '\n');
+        std::istringstream lines(ReadBytes(m_folder / name));
+        for (std::string line; std::getline(lines, line);) {
+            unsigned writer = kWriters;
+            int number = -1;
+            std::istringstream(line) >> writer >> number;
+            ASSERT_TRUE(line.size() == 99 && writer < kWriters) << line;
+            ASSERT_EQ(number, next[writer]++) << writer << " in " << name;
         }
     }
-    EXPECT_EQ(next.size(), std::size_t{kWriters});
-    for (const auto& [process, count] : next)
-        EXPECT_EQ(count, kLines);
-}
-
-TEST(RollingFileChild, DISABLED_WritesManyLinesIntoSmallFiles) {
-    // 200,000 bytes in all: three full files of about 54,000 bytes and a last one.
-    CRollingFile file(_wgetenv(L"ROLLING_FILE"), 54'000 + CRollingFile::kLongestLine);
-    for (int i = 0; i < kLines; ++i) {
-        char line[101];
-        (void)std::snprintf(line, sizeof line, "%-20lu %-78d\n", GetCurrentProcessId(), i);
-        file.Append(line);
-    }
+    EXPECT_THAT(next, testing::Each(kLines));
 }
 
 }  // namespace

@@ -6,10 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstddef>
 #include <map>
-#include <utility>
-#include <vector>
 
 #include "common/system/memory/zone_system.h"
 

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <cstring>
-#include <stdexcept>
 #include <thread>
 
 #include "common/system/memory/secure_memory.h"

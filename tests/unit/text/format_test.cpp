@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <string>
-
 namespace tarnwell::test {
 namespace {
 
@@ -57,12 +54,8 @@ TEST(CTFmtArgsTest, CopiesShareTheListUntilOneAdds) {
 // --- Numbers ---------------------------------------------------------------------------------
 
 template <class Integer>
-std::string Formatted(Integer value, std::string_view specification) {
-    NumberSpecification narrow;
-    for (const char unit : specification)
-        narrow.Add(static_cast<unsigned char>(unit));
-    const NumberText text = FormatNumber(narrow, NumberValue(value));
-    return std::string(text.units, text.length);
+CISOString Formatted(Integer value, std::string_view specification) {
+    return Args().Add(value).Argument(0, specification);
 }
 
 TEST(FormatNumberTest, FollowsPrintfWithin39Units) {

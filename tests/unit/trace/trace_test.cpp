@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <cstdarg>
-#include <stdexcept>
-#include <string>
 
 #include "support/trace_listener.h"
 

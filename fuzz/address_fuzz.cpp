@@ -5,26 +5,25 @@
 #include "common/system/net/http_url.h"
 #include "fuzz_support.h"
 
-using namespace tarnwell;
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text = TextOf(data, size);
+void tarnwell::Fuzz(std::string_view text) {
     const CHttpUrl url = CHttpUrl::Parse(text);
     if (text.find("://") == std::string_view::npos) {
         Require(!url.valid && url.scheme.IsEmpty() && url.path.IsEmpty());
-        return 0;
+        return;
     }
     // Scheme, separator, host, whatever stands for the port, and path make up the text again.
-    const std::string host(url.host.AsView());
     const std::string head = std::string(url.scheme.AsView()) + "://";
+    const std::string host(url.host.AsView());
     Require(text.starts_with(head + host) && host.find_first_of(":/") == std::string::npos);
     Require(url.path.AsView().starts_with('/'));
     std::string_view rest = text.substr(head.size() + host.size());
-    if (rest.ends_with(url.path.AsView()) && text.find('/', head.size()) != std::string_view::npos)
+    if (rest.find('/') != std::string_view::npos) {
+        Require(rest.ends_with(url.path));
         rest.remove_suffix(url.path.Length());
+    }
     if (rest.empty()) {
         Require(url.valid && url.port == (url.scheme == "https" ? 443u : 80u));
-        return 0;
+        return;
     }
     Require(rest[0] == ':');
     const std::string digits(rest.substr(1));
@@ -34,5 +33,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(decimal && std::stoull(digits) == url.port);
     else
         Require(url.port == 0 && (!decimal || digits.size() >= 10));
-    return 0;
 }

@@ -53,15 +53,15 @@ void CompareWithPieces(const std::vector<unsigned char>& file, PKCS7* whole) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size > kMaxSize)
-        return 0;
-    const std::vector<unsigned char> original(data, data + size);
+void tarnwell::Fuzz(std::string_view input) {
+    if (input.size() > kMaxSize)
+        return;
+    const std::vector<unsigned char> original(input.begin(), input.end());
     std::vector<unsigned char> file = original;
     CUniquePkcs7 parsed = LoadPkcs7(file);
     CompareWithPieces(original, parsed.Get());
     if (!parsed)
-        return 0;
+        return;
     CPKCS7Request request(std::move(parsed));
     const CPKCS7_TYPE type = request->GetType();
     Require(request->IsOnlySigned() == (type == CPKCS7_TYPE::SIGN));
@@ -73,5 +73,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Try([&] { request->GetRecipients(); });
     Try([&] { request->GetContentDigest(); });
     Try([&] { request->Recover(nullptr, nullptr); });  // without a path nothing is written
-    return 0;
 }

@@ -21,8 +21,7 @@ std::string_view TakeLine(std::string_view& rest) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view input = TextOf(data, size);
+void tarnwell::Fuzz(std::string_view input) {
     std::string_view rest = input;
     const std::string_view text = TakeLine(rest);
     CTFmtArgs<CISOEncoding> arguments;
@@ -47,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const CISOString expanded = arguments.Format(text);
     Require(expanded.Length() <= text.size() * (longest + 1));
     const CUTF16String wide = wideArguments.Format(Utf16FromUtf8(text));
-    if (std::all_of(data, data + size, [](std::uint8_t unit) { return unit < 0x80; }))
+    if (std::ranges::all_of(BytesOf(input), [](std::uint8_t unit) { return unit < 0x80; }))
         Require(Utf8FromUtf16(wide) == expanded);
 
     const CUTF16String once = Utf16FromUtf8(input);
@@ -58,5 +57,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         else
             Require(!IsLowSurrogate(*unit));
     }
-    return 0;
 }

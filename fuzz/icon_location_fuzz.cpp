@@ -1,7 +1,6 @@
 // The icon handler's names: what is taken from a path or a registered text lies inside it, and
 // reads the same from a text that it is written into.
 
-#include <memory>
 #include <string>
 
 #include "fuzz_support.h"
@@ -18,14 +17,8 @@ void RequirePart(std::u16string_view part, std::u16string_view whole) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    // A copy that ends where its memory ends: the fuzzer's own buffer may have room behind it.
-    const std::size_t length = size / 2;
-    const auto units = std::make_unique<char16_t[]>(length);
-    for (std::size_t i = 0; i < length; ++i)
-        units[i] = static_cast<char16_t>(data[2 * i] | data[2 * i + 1] << 8);
-    const std::u16string_view text(units.get(), length);
-
+void tarnwell::Fuzz(std::string_view input) {
+    const std::u16string_view text = UnitsOf(input);
     const std::u16string_view extension = EnclosedExtension(text);
     RequirePart(extension, text);
     Require(extension.find(u'.') == extension.npos);
@@ -40,5 +33,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         written += static_cast<char16_t>(digit);
     const IconLocation again = ParseIconLocation(written);
     Require(again.file == location.file && again.index == location.index);
-    return 0;
 }

@@ -26,12 +26,10 @@ void RequireText(const CISOString& label) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0)
-        return 0;
-    const std::size_t patternLength = std::min<std::size_t>(data[0], size - 1);
-    const CISOString pattern(TextOf(data + 1, patternLength));
-    const std::span<const unsigned char> der(data + 1 + patternLength, size - 1 - patternLength);
+void tarnwell::Fuzz(std::string_view input) {
+    const std::uint8_t patternLength = TakeByte(input);
+    const CISOString pattern(input.substr(0, patternLength));
+    const auto der = BytesOf(input.substr(pattern.Length()));
 
     const unsigned char* next = der.data();
     const CUnique<CPointerTraits<X509_NAME, X509_NAME_free>> name(
@@ -44,12 +42,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const CUniqueX509 certificate(d2i_X509(nullptr, &next, static_cast<long>(der.size())));
     if (!certificate) {
         Require(label == fallback);
-        return 0;
+        return;
     }
     Require(GetCertificateLabel("%%%x%s", fallback, der).StartsWith("%"));
     RequireText(GetCertificateLabel("%s%i%#", fallback, der));
     if (pattern.Find('%') == CISOString::npos)
         Require(label == pattern);
     Require(SerialHex(certificate.Get()).StartsWith("02"));
-    return 0;
 }

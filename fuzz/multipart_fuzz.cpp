@@ -7,15 +7,11 @@
 #include "fuzz_connection.h"
 #include "fuzz_support.h"
 
-using namespace tarnwell;
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size < 2)
-        return 0;
-    const std::string_view all = TextOf(data + 2, size - 2);
-    const std::string_view boundary = all.substr(0, data[1]);
-    std::string_view rest = all.substr(boundary.size());
-    CFuzzConnection connection(rest, data[0]);
+void tarnwell::Fuzz(std::string_view input) {
+    const std::uint8_t piece = TakeByte(input), boundaryLength = TakeByte(input);
+    const std::string_view boundary = input.substr(0, boundaryLength);
+    std::string_view rest = input.substr(boundary.size());
+    CFuzzConnection connection(rest, piece);
 
     ByteArray part;
     for (bool first = true;; first = false) {
@@ -25,10 +21,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             ReadMultipartPart(connection, boundary, part, first);
         } catch (const CHttpException& error) {
             Require(end == std::string_view::npos && error.Message() == "Invalid multipart data");
-            return 0;
+            return;
         }
         Require(end != std::string_view::npos);
-        Require(TextOf(part.data(), part.size()) == rest.substr(0, end));
+        Require(TextOf(part) == rest.substr(0, end));
         rest.remove_prefix(end + delimiter.size());
     }
 }

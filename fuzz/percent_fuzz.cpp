@@ -3,11 +3,7 @@
 #include "common/system/net/percent.h"
 #include "fuzz_support.h"
 
-using namespace tarnwell;
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view text = TextOf(data, size);
-
+void tarnwell::Fuzz(std::string_view text) {
     const CISOString encoded = PercentEncode(text);
     for (const char unit : encoded.AsView())
         Require(unit > ' ' && unit <= '~' &&
@@ -15,7 +11,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(PercentDecode(encoded) == text.substr(0, text.find('\0')));
 
     const CISOString decoded = PercentDecode(text);
-    const auto bytes = PercentDecodeBytes(text);
-    Require(decoded.Length() <= size && decoded == TextOf(bytes.data(), bytes.size()));
-    return 0;
+    Require(decoded.Length() <= text.size() && decoded == TextOf(PercentDecodeBytes(text)));
 }

@@ -8,14 +8,9 @@
 #include "fuzz_connection.h"
 #include "fuzz_support.h"
 
-using namespace tarnwell;
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0)
-        return 0;
-    const std::string_view stream = TextOf(data + 1, size - 1);
-    std::unique_ptr<CHttpConnection> connection =
-        std::make_unique<CFuzzConnection>(stream, data[0]);
+void tarnwell::Fuzz(std::string_view stream) {
+    const std::uint8_t piece = TakeByte(stream);
+    std::unique_ptr<CHttpConnection> connection = std::make_unique<CFuzzConnection>(stream, piece);
     const auto holds = [](const CISOString& text, const char* any) {
         return text.AsView().find_first_of(any) != std::string_view::npos;
     };
@@ -34,9 +29,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
         const ByteArray& body = response->ReadAll();
         Require(headSize <= kMaxHeadBytes && headSize + body.size() <= stream.size());
-        Require(stream.ends_with(TextOf(body.data(), body.size())));
+        Require(stream.ends_with(TextOf(body)));
     } catch (const CHttpException& error) {
         Require(error.Message() == "Bad HTTP response");
     }
-    return 0;
 }

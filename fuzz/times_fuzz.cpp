@@ -8,13 +8,10 @@
 #include "common/crypto/time_text.h"
 #include "fuzz_support.h"
 
-using namespace tarnwell;
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0)
-        return 0;
-    const CUnique<CPointerTraits<ASN1_STRING, ASN1_STRING_free>> time(ASN1_STRING_type_new(*data));
-    ASN1_STRING_set(time.Get(), data + 1, static_cast<int>(size - 1));
+void tarnwell::Fuzz(std::string_view octets) {
+    const int type = TakeByte(octets);
+    const CUnique<CPointerTraits<ASN1_STRING, ASN1_STRING_free>> time(ASN1_STRING_type_new(type));
+    ASN1_STRING_set(time.Get(), octets.data(), static_cast<int>(octets.size()));
 
     int status = -1;
     const std::int64_t seconds = Asn1TimeToTime(time.Get(), &status);
@@ -25,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const CISOString iso = Asn1TimeToIso(time.Get());
     if (!parts) {
         Require(iso.IsEmpty());
-        return 0;
+        return;
     }
     Require(iso.IsEmpty() || iso.Length() == 20);
     Require(parts->month >= 1 && parts->month <= 12 && parts->day >= 1 && parts->day <= 31);
@@ -40,5 +37,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (status == kTimeConverted)
         Require(!TimeToText(time.Get()).IsEmpty());
-    return 0;
 }

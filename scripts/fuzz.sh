@@ -34,7 +34,7 @@ fuzz_one() { # NAME SECONDS: one target; prints its row
     [[ ! -d fuzz/seeds/$name ]] || seeds=("fuzz/seeds/$name")
     [[ ! -f fuzz/$name.dict ]] || options=(-dict="fuzz/$name.dict")
     "build/fuzz/bin/${name}_fuzz" "$corpus" "${seeds[@]}" "${options[@]}" \
-        -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
+        -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 -close_fd_mask=1 \
         -artifact_prefix="build/fuzz/crashes/$name-" >"$log" 2>&1 </dev/null || status=$?
     local runs coverage
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")

@@ -29,13 +29,16 @@ thread_local char t_ckText[64];
 
 // The name is text, not a format; arguments behind it have no types here and are not read.
 extern "C" void TraceEnter(const char* name, ...) {
-    if (TraceIsOn())
-        WriteTrace(t_depth++, ETraceMark::kEnter, name);
+    if (!TraceIsOn())
+        return;
+    const CKeepLastError keep;  // looking up a thread's own variable clears it, too
+    WriteTrace(t_depth++, ETraceMark::kEnter, name);
 }
 
 extern "C" void TraceLeave(const char* name, ...) {
     if (!TraceIsOn())
         return;
+    const CKeepLastError keep;
     if (t_depth > 0)
         --t_depth;
     WriteTrace(t_depth, ETraceMark::kLeave, name);

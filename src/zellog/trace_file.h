@@ -28,7 +28,8 @@ inline bool TraceIsOn() noexcept {
 }
 
 /// WriteTrace appends one line for the calling thread. Whatever goes wrong (the disk is full, the
-/// folder is gone) is ignored: a program is never disturbed by its trace.
+/// folder is gone) is ignored: a program is never disturbed by its trace. The thread's last error
+/// may change.
 void WriteTrace(unsigned depth, ETraceMark mark, const char* text) noexcept;
 
 }  // namespace tarnwell::zellog

@@ -71,7 +71,6 @@ bool DecideTrace() noexcept {
 }
 
 void WriteTrace(unsigned depth, ETraceMark mark, const char* text) noexcept {
-    const CKeepLastError keep;
     SYSTEMTIME now;
     GetSystemTime(&now);
     const CTraceLine line(

@@ -126,7 +126,9 @@ TEST_F(CZelLogTest, ErrorTextsAreTheSystemsAndTheStandards) {
 }
 
 TEST_F(CZelLogTest, WhereNothingCanBeWrittenTheLinesAreLostAndNothingElse) {
-    for (const auto& path : {m_folder / "missing" / "trace.log", fs::path("Z:\\dev\\full")}) {
+    // The second is an empty file that refuses every line, as a full disk does.
+    for (const auto& path :
+         {m_folder / "missing" / "trace.log", fs::path("Z:\\proc\\self\\oom_score_adj")}) {
         SetEnvironmentVariableW(L"TARNWELL_TRACE", path.c_str());
         const TraceLibrary library = Load();
         const ULONGLONG start = GetTickCount64();

@@ -52,19 +52,6 @@ TEST(ParseStatusLine, ReadsHttpOneOnly) {
         EXPECT_FALSE(ParseStatusLine(line)) << line;
 }
 
-TEST(ParseHeaderLine, TrimsBlanksButNotTabs) {
-    const std::pair<const char*, CHeaderLine> rows[] = {
-        {" X-A :  b:c d  ", {" X-A", "b:c d"}},
-        {"   :  ", {"", ""}},
-        {"X-A\t:\tv\t", {"X-A\t", "\tv\t"}},
-    };
-    for (const auto& [line, expected] : rows) {
-        const CHeaderLine header = ParseHeaderLine(line).value();
-        EXPECT_EQ(std::pair(header.name, header.value), std::pair(expected.name, expected.value));
-    }
-    EXPECT_FALSE(ParseHeaderLine("no colon here"));
-}
-
 TEST(PercentEncode, EscapesAllButThePlainSetUpToAZeroByte) {
     EXPECT_EQ(PercentEncode("C:\\a b,\xC3\xA9'/~\0c"s), "C%3A%5Ca%20b%2C%C3%A9%27%2F~");
     const char* plain = "!()*-.0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz~";

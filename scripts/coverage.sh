@@ -16,7 +16,9 @@ for preset in native windows; do
     "$root/scripts/build.sh" $preset-coverage "2 minutes from nothing"
     find "build/$preset-coverage" -name '*.gcda' -delete
     say "Tests of $preset-coverage (about a minute)"
-    ctest --test-dir "build/$preset-coverage" -j2 --no-tests=error --output-on-failure \
+    # With line counters a call costs more than that test allows it.
+    GTEST_FILTER='-*TwentyNanoseconds*' \
+        ctest --test-dir "build/$preset-coverage" -j2 --no-tests=error --output-on-failure \
         >"$out/$preset.log" 2>&1 || {
         tail -n 30 "$out/$preset.log" >&2
         die "tests fail, so the figures would mean nothing" "The whole log is $out/$preset.log."

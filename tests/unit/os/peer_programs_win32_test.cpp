@@ -28,7 +28,7 @@ struct Change {
 };
 
 TEST(GetHostApplicationName, IsTheDescriptionInTheUsersLanguageOrTheFileName) {
-    ASSERT_EQ(GetUserDefaultLangID(), 0x0409) << "peer_process.rc speaks this language first";
+    ASSERT_EQ(GetUserDefaultLangID(), 0x0409) << "Papers is in this language";
     constexpr std::ptrdiff_t kValueLength = -4;
     const Change kCases[] = {
         {u"FileDescription", 0, 'F', "Papers"},  // as it was built

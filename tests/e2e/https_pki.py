@@ -62,7 +62,8 @@ class Authority:
 
     def make_request(self, name):
         if not (self.folder / f"{name}.key").exists():
-            self.openssl("genpkey", "-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:P-256",
+            # Not EC: Wine takes one in some ECDSA signatures on certificates for a wrong one.
+            self.openssl("genpkey", "-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048",
                          "-out", f"{name}.key")
             self.openssl("req", "-new", "-config", self.path(".cnf").name, "-key", f"{name}.key",
                          "-subj", f"/CN={name}", "-out", f"{name}.csr")
@@ -108,14 +109,3 @@ def make(folder, address):
         chain = root.folder / f"under-{name}.pem"
         chain.write_bytes(chain.read_bytes() + (root.folder / f"{name}.pem").read_bytes())
     return root.folder
-
-
-def install(prefix, store, certificate):
-    """Puts a DER certificate into a store of the user's in a Wine prefix that is not running."""
-    der = pathlib.Path(certificate).read_bytes()
-    digest = subprocess.run(["openssl", "sha1", certificate], check=True, text=True,
-                            stdout=subprocess.PIPE).stdout.split()[-1].upper()
-    blob = b"".join(value.to_bytes(4, "little") for value in (32, 1, len(der))) + der
-    with open(pathlib.Path(prefix, "user.reg"), "a", encoding="ascii") as registry:
-        registry.write(f"\n[Software\\\\Microsoft\\\\SystemCertificates\\\\{store}\\\\Certificates\\\\"
-                       f'{digest}] 1700000000\n"Blob"=hex:{blob.hex(",")}\n')

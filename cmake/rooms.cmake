@@ -243,6 +243,7 @@ function(tarnwell_benches)
         endif()
     endforeach()
     if(TARGET blend_bench)
+        add_dependencies(benches http_client) # which https_bench.py drives
         tarnwell_bench_pictures(blend_bench)
     endif()
 endfunction()

@@ -92,9 +92,9 @@ public:
 
     /// Build_recover opens the enclosed content for reading; the BIO must not outlive the parsed
     /// structure. `certificate` is borrowed, `key` is consumed on every way out, so that nobody has
-    /// to know the file's type to know whose it is; both may be null, which opens signed files only.
-    /// Throws CPKCS7_ERROR 0x402 when there is nothing to open, and CException if the file cannot be
-    /// read.
+    /// to know the file's type to know whose it is; both may be null, which opens signed files
+    /// only. Throws CPKCS7_ERROR 0x402 when there is nothing to open, and CException if the file
+    /// cannot be read.
     CUniqueBio Build_recover(X509* certificate, EVP_PKEY* key);
 
     /// Recover writes the enclosed content to the path cut before its last ".", and nothing where

@@ -22,8 +22,9 @@ struct IconLocation {
 };
 
 /// ParseIconLocation reads "file" or "file,index"; the last comma counts. Programs register their
-/// file with quotes and without, and the shell takes both; what extracts icons does not. An index is read as far
-/// as it is a number, so that text is 0, and one that is too large becomes the largest.
+/// file with quotes and without, and the shell takes both; what extracts icons does not. An index
+/// is read as far as it is a number, so that text is 0, and one that is too large becomes the
+/// largest.
 IconLocation ParseIconLocation(std::u16string_view text) noexcept;
 
 }  // namespace tarnwell

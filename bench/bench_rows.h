@@ -27,6 +27,12 @@ inline double Median(std::vector<double> values) {
     return values.at(values.size() / 2);
 }
 
+/// Failed says why a benchmark ended early, and gives its exit status.
+inline int Failed(const char* program, const std::exception& error) {
+    static_cast<void>(std::fprintf(stderr, "%s: %s\n", program, error.what()));
+    return 1;
+}
+
 /// Prints rows and remembers whether one of them missed its limit.
 class CRows {
 public:

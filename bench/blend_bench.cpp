@@ -101,6 +101,5 @@ int main() try {
                        Median(contender.times) / copy, "x ", contender.limit);
     return rows.ExitStatus();
 } catch (const std::exception& error) {
-    std::fprintf(stderr, "blend_bench: %s\n", error.what());
-    return 1;
+    return Failed("blend_bench", error);
 }

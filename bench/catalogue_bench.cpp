@@ -142,20 +142,20 @@ double Median(std::vector<double> values) {
 }
 
 void ExtractAlone(benchmark::State& state) {
-    for (auto _ : state)
+    while (state.KeepRunning())
         Extract();
 }
 BENCHMARK(ExtractAlone)->Unit(benchmark::kMillisecond);
 
 void LoadAndDrop(benchmark::State& state) {
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(Load());
 }
 BENCHMARK(LoadAndDrop)->Unit(benchmark::kMillisecond);
 
 void LoadOverExtract(benchmark::State& state) {
     std::vector<double> extract, load, whole;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         extract.push_back(Seconds(Extract));
         CJSValueOwner root = CJSValue::UndefinedOwner();
         load.push_back(Seconds([&] { root = Load(); }));

@@ -69,6 +69,7 @@ Cost InChild(const std::function<void()>& work) {
 Cost OpenSslProgram(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "openssl");
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments)
         pointers.push_back(argument.data());
     pointers.push_back(nullptr);
@@ -150,6 +151,5 @@ int main() try {
     SmallFiles(signer, folder.path, rows);
     return rows.ExitStatus();
 } catch (const std::exception& error) {
-    std::fprintf(stderr, "container_bench: %s\n", error.what());
-    return 1;
+    return Failed("container_bench", error);
 }

@@ -276,6 +276,5 @@ int main(int, char** arguments) try {
     Tips(samples, catalogue, rows);
     return rows.ExitStatus();
 } catch (const std::exception& error) {
-    std::fprintf(stderr, "icon_bench: %s\n", error.what());
-    return 1;
+    return Failed("icon_bench", error);
 }

@@ -11,7 +11,7 @@ namespace tarnwell {
 
 /// Fuzz is the target: it aborts where something does not hold that must. The fuzzer hands over a
 /// copy that ends where its memory ends, so that reading past it is seen.
-void Fuzz(std::string_view input);
+void Fuzz(std::string_view);
 
 /// A promise that is not held is a finding.
 inline void Require(bool held) {

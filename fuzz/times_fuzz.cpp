@@ -32,8 +32,8 @@ void tarnwell::Fuzz(std::string_view octets) {
     if (!iso.IsEmpty() && status == kTimeConverted && parts->year >= 1902 && parts->year <= 2038) {
         char text[32];
         const std::time_t moment = seconds;
-        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", std::gmtime(&moment));
-        Require(iso == text);
+        Require(std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", std::gmtime(&moment)) > 0 &&
+                iso == text);
     }
     if (status == kTimeConverted)
         Require(!TimeToText(time.Get()).IsEmpty());

@@ -21,8 +21,8 @@ CUniqueIcon MakeIcon(int side, const Picture& colours, const Mask& mask) {
 
 /// Plain makes an icon of one colour, opaque or transparent by its mask alone.
 CUniqueIcon Plain(int side, std::uint32_t colour, std::uint8_t isClear) {
-    const auto area = static_cast<std::size_t>(side * side);
-    return MakeIcon(side, Picture(area, colour), Mask(area, isClear));
+    const auto length = static_cast<std::size_t>(side);
+    return MakeIcon(side, Picture(length * length, colour), Mask(length * length, isClear));
 }
 
 constexpr std::uint32_t kWhite = 0xFFFFFF;  // opaque only through the mask

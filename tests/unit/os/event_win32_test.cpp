@@ -59,6 +59,7 @@ TEST(WinEventLog, ReportsWhatTheEventCarriesUpToTheSystemsLimits) {
     EXPECT_EQ(s_source, kEventSourceName);
     EXPECT_EQ(s_closed, 1);
     std::vector<WORD> types;
+    types.reserve(s_reported.size());
     for (const Reported& each : s_reported)
         types.push_back(each.type);
     EXPECT_THAT(types, ElementsAre(EVENTLOG_ERROR_TYPE, EVENTLOG_INFORMATION_TYPE,
@@ -72,23 +73,26 @@ TEST(WinEventLog, ReportsWhatTheEventCarriesUpToTheSystemsLimits) {
 }
 
 TEST(EventMessage, HasATextInFourLanguagesWhateverTheCountry) {
-    const std::pair<DWORD, const char16_t*> kCases[] = {
+    const struct {
+        DWORD language;
+        const char16_t* failed;
+    } kCases[] = {
         {0x80A, u"La llamada al sistema %1 ha fallado con el error %2."},
         {0xC0C, u"L'appel syst\u00e8me %1 a \u00e9chou\u00e9 avec l'erreur %2."},
         {0x415, u"Wywo\u0142anie systemowe %1 nie powiod\u0142o si\u0119, b\u0142\u0105d %2."},
         {0x409, u"The system call %1 failed with error %2."},
     };
     const CUniqueModule library(LoadLibraryW(Wide(TraceLibraryPath())));
-    for (const auto& [language, failed] : kCases) {
+    for (const auto& row : kCases) {
         const auto text = [&](DWORD event) {
             wchar_t units[200] = L"";
             FormatMessageW(FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_IGNORE_INSERTS,
-                           library.Get(), event, language, units, 200, nullptr);
+                           library.Get(), event, row.language, units, 200, nullptr);
             return WithoutTrailingSpace(Units(units));
         };
-        EXPECT_EQ(text(kEventReadyMade), u"%1") << language;
-        EXPECT_EQ(text(kEventSystemCallFailed), failed) << language;
-        EXPECT_NE(text(kEventUnexpectedResult).Find(u"%2."), CUTF16String::npos) << language;
+        EXPECT_EQ(text(kEventReadyMade), u"%1") << row.language;
+        EXPECT_EQ(text(kEventSystemCallFailed), row.failed) << row.language;
+        EXPECT_NE(text(kEventUnexpectedResult).Find(u"%2."), CUTF16String::npos) << row.language;
     }
 }
 

@@ -127,6 +127,7 @@ TEST_F(CRollingFileTest, AThreadThatWasKilledInItsTurnIsWaitedForOnce) {
 TEST_F(CRollingFileTest, SeveralWritersRollOneFileWithoutLosingOrMixingLines) {
     constexpr int kWriters = 4, kLines = 500;
     std::vector<std::thread> writers;
+    writers.reserve(kWriters);
     for (int writer = 0; writer < kWriters; ++writer)
         writers.emplace_back([&, writer] {
             // 200,000 bytes in all: three full files of about 54,000 bytes and a last one.

@@ -44,7 +44,7 @@ lint: ## layout and static checks of the sources (half an hour at first, then wh
 	@scripts/setup.sh mingw native fuzz bench lint
 	@scripts/lint.sh
 
-coverage: ## the share of src/ that the tests of both builds run (6 minutes)
+coverage: ## the share of src/ that the tests of both builds run (6 to 10 minutes)
 	@scripts/setup.sh mingw native test demo coverage
 	@scripts/coverage.sh
 

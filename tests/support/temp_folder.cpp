@@ -24,9 +24,19 @@ std::filesystem::path CTempFolder::operator/(std::string_view name) const {
 }
 
 std::filesystem::path CTempFolder::Write(std::string_view name, std::string_view bytes) const {
+    return WriteAt(name, 0, bytes);
+}
+
+std::filesystem::path CTempFolder::WriteZeros(std::string_view name, std::uint64_t size) const {
+    return size == 0 ? Write(name, "") : WriteAt(name, size - 1, std::string_view("", 1));
+}
+
+std::filesystem::path CTempFolder::WriteAt(std::string_view name, std::uint64_t offset,
+                                           std::string_view bytes) const {
     std::filesystem::path path = *this / name;
     std::filesystem::create_directories(path.parent_path());
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file.seekp(static_cast<std::streamoff>(offset));
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     file.close();
     if (!file)

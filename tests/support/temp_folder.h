@@ -3,6 +3,7 @@
 // A folder of a test's own under the system's temporary folder (Unix and Wine alike), removed
 // with all it holds when the owner dies. Its name holds a blank, as users' folders do.
 
+#include <cstdint>
 #include <filesystem>
 #include <span>
 #include <string>
@@ -27,7 +28,15 @@ public:
     /// Write makes the file `name` (UTF-8, folders in between are made) with exactly `bytes`.
     std::filesystem::path Write(std::string_view name, std::string_view bytes) const;
 
+    /// WriteZeros makes such a file of `size` zero bytes, which take no room on most disks.
+    /// (mingw's std::filesystem::resize_file asks for the disk's volumes first, and crashes where
+    /// Wine's mount manager did not start in time.)
+    std::filesystem::path WriteZeros(std::string_view name, std::uint64_t size) const;
+
 private:
+    std::filesystem::path WriteAt(std::string_view name, std::uint64_t offset,
+                                  std::string_view bytes) const;
+
     std::filesystem::path m_path;
 };
 

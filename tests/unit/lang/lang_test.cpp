@@ -113,8 +113,7 @@ TEST(Lang, SpeaksTheChosenLanguageOrEnglish) {
 TEST(Lang, AFailedLoadKeepsTheCatalogueAndASyntaxErrorDoesNot) {
     const CTempFolder folder;
     const std::filesystem::path path = WriteArchive(folder);
-    const std::filesystem::path large = folder.Write("large.bin", "");
-    std::filesystem::resize_file(large, kMaxArchiveBytes + 1);
+    const auto large = folder.WriteZeros("large.bin", kMaxArchiveBytes + 1);
     Lang lang;
     ASSERT_TRUE(lang.Load(Utf16(path)));
     WriteArchive(folder, "New");

@@ -21,8 +21,7 @@ TEST(ReadWholeFile, WhatHasNoLengthOrAHugeOneIsNotRead) {
             EXPECT_EQ(exception.what(), "stream.tellg failed on file: " + path.string());
         }
     }
-    const fs::path sparse = folder.Write("sparse", "");
-    fs::resize_file(sparse, std::uintmax_t{1} << 40);
+    const fs::path sparse = folder.WriteZeros("sparse", std::uint64_t{1} << 40);
     EXPECT_THROW(ReadWholeFile(Utf16(sparse), std::uint64_t{1} << 31), EFileTooLarge);
 }
 

@@ -26,10 +26,7 @@ using CFile = CUnique<RollingFileHandle>;
 class CRollingFileTest : public testing::Test {
 protected:
     /// Fill makes the trace file as long as `bytes`.
-    void Fill(std::uint64_t bytes) {
-        m_folder.Write(kName, "old");
-        std::filesystem::resize_file(m_path, bytes);
-    }
+    void Fill(std::uint64_t bytes) { m_folder.WriteZeros(kName, bytes); }
     std::set<std::string> Names() const {
         std::set<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path()))

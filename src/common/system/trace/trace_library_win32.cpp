@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <exception>
 #include <string>
 
 #include "common/system/trace/trace_library.h"
@@ -42,6 +43,14 @@ std::wstring LibraryPath() {
     return path;
 }
 
+HMODULE Load() noexcept try {
+    const std::wstring path = LibraryPath();
+    return path.empty() ? nullptr
+                        : LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+} catch (const std::exception&) {
+    return nullptr;  // without memory for the path there is no library
+}
+
 template <class Entry>
 void Bind(HMODULE library, const char* name, Entry& entry) noexcept {
     entry = reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(library, name)));
@@ -55,12 +64,9 @@ struct BoundLibrary {
     // library any more is this module's own detach, and that runs under the loader lock, where
     // FreeLibrary is forbidden. One small DLL stays mapped until the process ends; loading this
     // module again finds the same copy.
-    BoundLibrary() noexcept try {
+    BoundLibrary() noexcept {
         const DWORD kept = GetLastError();  // callers trace before they read a failed call's error
-        const std::wstring path = LibraryPath();
-        const HMODULE library =
-            path.empty() ? nullptr
-                         : LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+        const HMODULE library = Load();
         SetLastError(kept);
         if (!library)
             return;
@@ -70,7 +76,6 @@ struct BoundLibrary {
         Bind(library, "GetWin32ErrorString", entries.getWin32ErrorString);
         Bind(library, "GetCkErrorString", entries.getCkErrorString);
         found = true;
-    } catch (...) {  // without memory for the path there is no library
     }
 };
 

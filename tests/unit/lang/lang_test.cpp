@@ -56,6 +56,8 @@ TEST(ReadCatalogue, RefusesWhatIsNoArchiveOrNoEntryOrTooLarge) {
     damaged[30 + std::string_view(kEntry).size() + 20] ^= 0x10;
     std::string understated = archive;
     understated.replace(understated.find("PK\1\2") + 24, 4, "\3\0\0\0"sv);
+    std::string marked = archive;
+    marked[marked.find("PK\1\2") + 38] |= 0x10;
     const std::string largest = "{}" + std::string(kMaxCatalogueBytes - 2, ' ');
     EXPECT_TRUE(Read(Zip({{kEntry, largest}})));
 
@@ -64,6 +66,7 @@ TEST(ReadCatalogue, RefusesWhatIsNoArchiveOrNoEntryOrTooLarge) {
     EXPECT_FALSE(Read(Zip({{"scripts/language.en.js", kScript}})));
     EXPECT_FALSE(Read(damaged));
     EXPECT_FALSE(Read(understated)) << "it claims 3 bytes";
+    EXPECT_FALSE(Read(marked)) << "it claims to be a folder, of which nothing is unpacked";
     EXPECT_THAT(trace.Messages(), ElementsAre());
     for (const std::string& bytes : {std::string(), archive.substr(0, 100), archive.substr(1)})
         EXPECT_FALSE(Read(bytes));

@@ -35,6 +35,9 @@ public:
         mz_zip_archive_file_stat status = {};
         if (!mz_zip_reader_file_stat(&m_zip, entry, &status) || status.m_uncomp_size > limit)
             return std::nullopt;
+        // Of these the reader would unpack nothing, and the text would be what lay in memory.
+        if (status.m_uncomp_size != 0 && (status.m_is_directory || status.m_comp_size == 0))
+            return std::nullopt;
         CFileBytes bytes(static_cast<std::size_t>(status.m_uncomp_size));
         if (!mz_zip_reader_extract_to_mem(&m_zip, entry, bytes.Data(), bytes.Size(), 0))
             return std::nullopt;

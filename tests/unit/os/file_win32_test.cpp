@@ -38,5 +38,28 @@ TEST(WriteWholeFile, NothingGoesToAReadOnlyFileOrADevice) {
     EXPECT_FALSE(WriteWholeFile(u"NUL", BytesOf("x")));
 }
 
+TEST(WriteWholeFile, AReplacedFilesRightsStay) {
+    const CTempFolder folder;
+    const std::filesystem::path path = folder.Write("a", "old");
+    alignas(void*) char descriptor[1024] = {};
+    const auto rights = [&] {
+        DWORD size = 0;
+        EXPECT_TRUE(GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, descriptor,
+                                     sizeof descriptor, &size));
+        return std::string(descriptor, size);
+    };
+    const std::string ofNewFiles = rights();
+    BOOL flag = FALSE;
+    ACL* list = nullptr;
+    ASSERT_TRUE(GetSecurityDescriptorDacl(descriptor, &flag, &list, &flag) && list);
+    ASSERT_TRUE(DeleteAce(list, list->AceCount - 1UL));
+    ASSERT_TRUE(SetFileSecurityW(
+        path.c_str(), DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, descriptor));
+    const std::string fewer = rights();
+    ASSERT_NE(fewer, ofNewFiles);
+    EXPECT_TRUE(WriteWholeFile(Utf16(path), BytesOf("new")));
+    EXPECT_EQ(rights(), fewer);
+}
+
 }  // namespace
 }  // namespace tarnwell::test

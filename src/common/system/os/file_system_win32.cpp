@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <cstddef>
 #include <limits>
+#include <vector>
 
 #include "common/system/os/file_system.h"
 #include "common/system/os/long_path.h"
@@ -23,6 +25,22 @@ DWORD ChunkOf(std::size_t size) noexcept {
 /// Has is true for a file that exists with one of `flags` among its attributes.
 bool Has(DWORD attributes, DWORD flags) noexcept {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & flags) != 0;
+}
+
+/// RightsOf is who may use the file at `path`, as a security descriptor. Empty where there is no
+/// such file or it does not tell, and where nobody lets it go: a file with its rights could neither
+/// be moved to its place nor be removed again.
+std::vector<std::byte> RightsOf(const CUTF16String& path) {
+    const CUniqueFile file(CreateFileW(Wide(OpenablePath(path)), READ_CONTROL | DELETE, kShareAll,
+                                       nullptr, OPEN_EXISTING, kNoImpersonation, nullptr));
+    if (!file)
+        return {};
+    DWORD size = 0;
+    GetKernelObjectSecurity(file.Get(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+    std::vector<std::byte> rights(size);
+    if (!GetKernelObjectSecurity(file.Get(), DACL_SECURITY_INFORMATION, rights.data(), size, &size))
+        return {};
+    return rights;
 }
 
 class CWindowsFile final : public COpenFile {
@@ -96,10 +114,13 @@ public:
                         FILE_FLAG_SEQUENTIAL_SCAN | kNoImpersonation, nullptr)));
     }
 
-    std::unique_ptr<COpenFile> CreateNew(const CUTF16String& path, const CUTF16String&,
+    std::unique_ptr<COpenFile> CreateNew(const CUTF16String& path, const CUTF16String& target,
                                          bool& taken) override {
         const CUTF16String name = OpenablePath(path);
-        CUniqueFile file(CreateFileW(Wide(name), GENERIC_WRITE, kShareAll, nullptr, CREATE_NEW,
+        std::vector<std::byte> rights = RightsOf(target);
+        SECURITY_ATTRIBUTES attributes = {sizeof attributes, rights.data(), FALSE};
+        CUniqueFile file(CreateFileW(Wide(name), GENERIC_WRITE, kShareAll,
+                                     rights.empty() ? nullptr : &attributes, CREATE_NEW,
                                      FILE_ATTRIBUTE_NORMAL, nullptr));
         const DWORD error = GetLastError();
         taken = !file && (error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS);

@@ -47,10 +47,15 @@ std::uint64_t CountCommitted() {
     return bytes;
 }
 
-// GetProcessHandleCount and GetGuiResources count nothing under Wine, so both are counted where
-// they stand: in the system's table of handles and in the process's table of GDI objects.
+// GetProcessHandleCount and GetGuiResources count nothing under Wine. There both are counted where
+// they stand: in the system's table of handles and in the process's table of GDI objects. On
+// Windows neither table will do: the one cuts process numbers to 16 bits, the other is the whole
+// session's.
 
 std::uint64_t CountHandles() {
+    DWORD told = 0;
+    if (GetProcessHandleCount(GetCurrentProcess(), &told) && told != 0)
+        return told;
     struct Entry {
         ULONG process;
         UCHAR type;
@@ -83,7 +88,9 @@ std::uint64_t CountHandles() {
 }
 
 std::uint64_t CountGdiObjects() {
-    if (const DWORD told = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS))
+    SetLastError(ERROR_SUCCESS);
+    const DWORD told = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
+    if (told != 0 || GetLastError() == ERROR_SUCCESS)
         return told;
     constexpr std::size_t kTableInPeb = 0xF8;
     constexpr std::size_t kEntries = 0x4000;

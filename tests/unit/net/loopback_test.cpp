@@ -27,12 +27,15 @@ protected:
 };
 
 TEST_F(CLoopbackTest, ReachesTheServerByEveryFormOfItsAddress) {
+    CHttpConnection client;
     // A port beyond 16 bits reaches the one of its low half.
     for (const auto& address : {Address("127.1"), Address("0x7f000001"), Address("2130706433"),
                                 Address("localhost"), Address("127.0.0.1", 0x10000)}) {
-        CHttpConnection client;
         client.Connect(CHttpUrl::Parse(address));
-        EXPECT_NE(m_listener.Accept(20s), nullptr) << address.CStr();
+        const auto server = m_listener.Accept(20s);
+        ASSERT_NE(server, nullptr) << address.CStr();
+        server->SendAll("first, rest");
+        EXPECT_EQ(client.ReadByte(), 'f') << "the rest is not the next server's";
     }
     EXPECT_EQ(m_listener.Accept(0ms), nullptr);
 }

@@ -55,6 +55,9 @@ void CHttpConnection::OpenTo(const CHttpUrl& url) {
     const auto address = ResolveHost(url.host.CStr());
     if (!address)
         throw CHttpException(CISOString("Host \"") + url.host + "\" not found");
+    // What an earlier peer has sent is no answer of this one's.
+    m_buffer.clear();
+    m_position = 0;
     // A socket that could not be made needs no test of its own: it cannot be connected either.
     m_socket.Reset(OpenSocket());
     if (!ConnectSocket(Socket(), {*address, static_cast<std::uint16_t>(url.port)}))

@@ -77,10 +77,10 @@ for file in Tarnwell.dll zelLog.dll p7tool.exe shellprobe.exe Corvane.exe resour
     package/registry.sql; do
     [[ -f $bin/$file ]] || die "there is no $file in $bin" "Build it first: make package"
 done
-rm -rf "$out"
 mkdir -p "$out"
 out=$(realpath "$out")
 msi=$out/Tarnwell-$version-x64.msi
+rm -rf "$out/files" "$msi" "$msi.spdx.json" # and nothing else: the folder may be anybody's
 export TZ=UTC LC_ALL=C.UTF-8 # the cabinet's times are local ones
 
 # sign FILE: with the given certificate; nothing without one.

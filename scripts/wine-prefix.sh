@@ -102,8 +102,9 @@ drop)
     [[ -f ${2-}/system.reg ]] || die "\"${2-}\" is no Wine prefix"
     [[ ! $2 -ef $base ]] || die "this is the base prefix: every clone needs it" \
         "To make it anew, remove the folder by hand."
-    end_server "$2"
-    rm -rf "$2"
+    folder=$(realpath -s "$2") # as the processes in it know it
+    end_server "$folder"
+    rm -rf "$folder"
     ;;
 *)
     sed -n '2,/^set/{/^#/s/^# \{0,1\}//p}' "$0"

@@ -23,8 +23,11 @@ start_display() {
 }
 
 stop_display() {
-    [[ -z ${display_pid:-} ]] || kill "$window_manager_pid" "$display_pid" 2>/dev/null || true
-    display_pid=
+    local process
+    for process in ${window_manager_pid-} ${display_pid-}; do
+        kill "$process" 2>/dev/null || true
+    done
+    window_manager_pid='' display_pid=''
 }
 
 # window NAME [SECONDS]: prints the id of the first visible window of that name, waiting for it.

@@ -209,9 +209,9 @@ case ${1-} in
     echo "$home"
     exit
     ;;
-'' | -h | --help)
-    sed -n '2,/^set/{/^#/s/^# \{0,1\}//p}' "$0"
-    [[ -n ${1-} ]] && exit 0 || exit 2
+'')
+    print_help
+    exit 2
     ;;
 esac
 

@@ -8,6 +8,10 @@
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
+if (($# < 2)); then
+    print_help
+    exit 2
+fi
 preset=$1 duration=$2 start=$SECONDS
 shift 2
 targets=(${1+--target "$@"})

@@ -11,13 +11,6 @@ set -euo pipefail
 . "$(dirname "$0")/display.sh"
 . "$(dirname "$0")/demo-stage.sh"
 
-case ${1-} in
--h | --help)
-    sed -n '2,/^set/{/^#/s/^# \{0,1\}//p}' "$0"
-    exit 0
-    ;;
-esac
-
 bin=$(realpath "${1:-$root/build/windows/bin}")
 out=$root/build/demo
 [[ -f $bin/Tarnwell.dll ]] || die "there is no Tarnwell.dll in $bin" "Build it first: make demo"

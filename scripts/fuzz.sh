@@ -12,7 +12,6 @@ cd "$root"
 seconds=${1:-60}
 [[ $seconds =~ ^[0-9]+$ ]] || die "\"$seconds\" is no number of seconds"
 shift || true
-"$root/scripts/build.sh" fuzz "2 minutes from nothing"
 
 names=("$@")
 if ((${#names[@]} == 0)); then
@@ -21,6 +20,10 @@ if ((${#names[@]} == 0)); then
     done
 fi
 ((${#names[@]} > 0)) || die "there is no fuzz target (fuzz/<name>_fuzz.cpp)"
+for name in "${names[@]}"; do
+    [[ -f fuzz/${name}_fuzz.cpp ]] || die "there is no fuzz target \"$name\" (fuzz/${name}_fuzz.cpp)"
+done
+"$root/scripts/build.sh" fuzz "2 minutes from nothing"
 
 jobs=$(nproc)
 say "${#names[@]} targets, $seconds s each, $jobs at a time: about" \

@@ -29,13 +29,6 @@ declare -A packages=(
     [fresh]="debootstrap git"
 )
 
-case ${1-} in
--h | --help)
-    sed -n '2,/^set/{/^#/s/^# \{0,1\}//p}' "$0"
-    exit 0
-    ;;
-esac
-
 missing=()
 for set in "${@:-native}"; do
     [[ -n ${packages[$set]-} ]] ||

@@ -4,6 +4,18 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cache=${XDG_CACHE_HOME:-${HOME:?HOME is not set, so there is no place for the cache: set XDG_CACHE_HOME}/.cache}/tarnwell
 
+# print_help: what the head of the running script tells.
+print_help() {
+    sed -n '2,/^set/{/^#/s/^# \{0,1\}//p}' "$0"
+}
+# Asked for it, no script that sources this does anything else.
+case ${1-} in
+-h | --help)
+    print_help
+    exit 0
+    ;;
+esac
+
 # say TEXT: one line of progress.
 say() {
     printf '== %s\n' "$*" >&2

@@ -29,7 +29,7 @@ while (($# > 0)); do
     --version) version=$2 && shift 2 ;;
     --check-reproducible) check=1 && shift ;;
     -h | --help)
-        sed -n '2,/^set/{/^#/s/^# \{0,1\}//p}' "$0"
+        print_help
         exit 0
         ;;
     *) die "\"$1\" is not understood" "See: scripts/package.sh --help" ;;

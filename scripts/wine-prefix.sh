@@ -107,7 +107,7 @@ drop)
     rm -rf "$folder"
     ;;
 *)
-    sed -n '2,/^set/{/^#/s/^# \{0,1\}//p}' "$0"
-    [[ ${1-} == -h || ${1-} == --help ]] || exit 2
+    print_help
+    exit 2
     ;;
 esac

@@ -24,7 +24,8 @@ struct SignerInfo {
     const ASN1_UTCTIME* signingTime = nullptr;
     /// The signature over the content verifies with `certificate`. Says nothing about trust.
     bool verified = false;
-    /// A duplicate of the signer's certificate; null if the file does not carry it.
+    /// A duplicate of the signer's certificate, with a reference of this signer's own; null if the
+    /// file does not carry it.
     X509* certificate = nullptr;
 };
 

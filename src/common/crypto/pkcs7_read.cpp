@@ -1,3 +1,4 @@
+#include <map>
 #include <utility>
 
 #include "common/crypto/openssl_start.h"
@@ -135,6 +136,8 @@ CUniqueSignerList CPKCS7::GetSigners(X509* certificate, EVP_PKEY* key) {
              CPKCS7_ERROR::ERROR_TYPE | CPKCS7_ERROR::GET_SIGNER_FAIL);
 
     CUniqueSignerList list(new CSignerList);
+    // Thousands of signers may name one large certificate: they share its duplicate.
+    std::map<const X509*, X509*> duplicates;
     STACK_OF(PKCS7_SIGNER_INFO)* signers = PKCS7_get_signer_info(p7);
     for (int i = 0; i < sk_PKCS7_SIGNER_INFO_num(signers); ++i) {
         PKCS7_SIGNER_INFO* signer = sk_PKCS7_SIGNER_INFO_value(signers, i);
@@ -143,7 +146,10 @@ CUniqueSignerList CPKCS7::GetSigners(X509* certificate, EVP_PKEY* key) {
             Fail("Error when trying to get the certificat from the p7 file",
                  CPKCS7_ERROR::ERROR_OPENSSL | CPKCS7_ERROR::GET_SIGNER_FAIL);
         const PKCS7_ISSUER_AND_SERIAL* name = signer->issuer_and_serial;
-        CUniqueX509 own(X509_dup(X509_find_by_issuer_and_serial(set, name->issuer, name->serial)));
+        const X509* found = X509_find_by_issuer_and_serial(set, name->issuer, name->serial);
+        X509*& duplicate = duplicates[found];
+        CUniqueX509 own(duplicate ? Share(duplicate) : CUniqueX509(X509_dup(found)));
+        duplicate = own.Get();
         auto info = std::make_unique<SignerInfo>();
         info->signingTime = SigningTime(signer);
         info->verified = Verifies(content.Get(), p7, signer, own.Get());

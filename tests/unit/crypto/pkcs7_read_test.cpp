@@ -166,12 +166,19 @@ TEST(LoadPkcs7, ATimeWithoutSecondsInsideTheContentIsLeftAlone) {
     }
 }
 
-TEST(CPKCS7, WithoutARequestTheCertificatesAreTheCallers) {
+// A file may name one certificate of a megabyte in thousands of signers.
+TEST(CPKCS7, WithoutARequestTheCertificatesAreTheCallersAndNoneIsCopiedTwice) {
     const CTempFolder folder;
     CPKCS7 file(Utf16(folder.Write("a.p7", SampleBytes("bc-rsa.p7"))));
     const CUniquePkcs7 parsed(file.GetPKCS7());
+    STACK_OF(PKCS7_SIGNER_INFO)* infos = PKCS7_get_signer_info(parsed.Get());
+    sk_PKCS7_SIGNER_INFO_push(infos, sk_PKCS7_SIGNER_INFO_value(infos, 0));
     CUniqueSignerList signers = file.GetSigners(nullptr, nullptr);
+    sk_PKCS7_SIGNER_INFO_pop(infos);
     const CUniqueX509 certificate(signers.Get()->front()->certificate);
+    const CUniqueX509 again(signers.Get()->back()->certificate);
+    EXPECT_EQ(certificate.Get(), again.Get());
+    EXPECT_TRUE(signers.Get()->back()->verified);
     signers.Reset();
     EXPECT_NE(X509_get0_pubkey(certificate.Get()), nullptr) << "must outlive the list";
 }

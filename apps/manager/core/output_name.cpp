@@ -79,26 +79,16 @@ std::u16string NumberedPath(std::u16string_view path, unsigned n) {
 
 bool IsProgram(std::u16string_view path) {
     // What Windows runs, or interprets as commands of the one who opens it.
-    static constexpr std::u16string_view kPrograms[] = {
-        u".appinstaller", u".application", u".appref-ms", u".appx",
-        u".appxbundle",   u".bat",         u".bgi",       u".chm",
-        u".cmd",          u".com",         u".cpl",       u".diagcab",
-        u".exe",          u".gadget",      u".hlp",       u".hta",
-        u".img",          u".inf",         u".ins",       u".iso",
-        u".isp",          u".jar",         u".jnlp",      u".js",
-        u".jse",          u".library-ms",  u".lnk",       u".mmc",
-        u".msc",          u".msi",         u".msix",      u".msp",
-        u".mst",          u".pif",         u".ps1",       u".ps1xml",
-        u".psc1",         u".psd1",        u".psm1",      u".py",
-        u".pyw",          u".rdp",         u".reg",       u".scf",
-        u".scr",          u".sct",         u".search-ms", u".settingcontent-ms",
-        u".shb",          u".shs",         u".theme",     u".url",
-        u".vb",           u".vbe",         u".vbs",       u".vhd",
-        u".vhdx",         u".website",     u".ws",        u".wsc",
-        u".wsf",          u".wsh",         u".xll",
-    };
-    const std::u16string extension = LowerAscii(path.substr(ExtensionStart(path)));
-    return std::find(std::begin(kPrograms), std::end(kPrograms), extension) != std::end(kPrograms);
+    static constexpr std::u16string_view kPrograms =  // each between blanks
+        u" .appinstaller .application .appref-ms .appx .appxbundle .bat .bgi .chm .cmd .com"
+        u" .cpl .diagcab .exe .gadget .hlp .hta .img .inf .ins .iso .isp .jar .jnlp .js .jse"
+        u" .library-ms .lnk .mmc .msc .msi .msix .msixbundle .msp .mst .msu .pif .ps1 .ps1xml"
+        u" .psc1 .psd1 .psm1 .py .pyw .pyz .pyzw .rdp .reg .scf .scr .sct .search-ms"
+        u" .searchconnector-ms .settingcontent-ms .shb .shs .theme .url .vb .vbe .vbs .vhd"
+        u" .vhdx .website .ws .wsc .wsf .wsh .xll ";
+    // To Windows a name with its only dot in front is all extension: ".exe" runs.
+    const std::u16string_view extension = path.substr(std::min(path.rfind(u'.'), path.size()));
+    return kPrograms.find(u" " + LowerAscii(extension) + u" ") != std::u16string_view::npos;
 }
 
 }  // namespace tarnwell::manager

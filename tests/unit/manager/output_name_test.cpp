@@ -34,9 +34,9 @@ TEST(OutputName, RecoversToTheNameBeforeTheLastDot) {
 }
 
 TEST(OutputName, KnowsWhatWouldRun) {
-    for (const char16_t* path : {u"C:\\a.exe", u"C:\\a.txt.LNK", u"a.Js"})
+    for (const char16_t* path : {u"C:\\a.exe", u"C:\\a.txt.LNK", u"a.Js", u"C:\\.exe"})
         EXPECT_TRUE(IsProgram(path)) << Utf8(path);
-    for (const char16_t* path : {u"C:\\exe", u"C:\\.exe", u"C:\\a.exe\\b", u"a.exe.txt"})
+    for (const char16_t* path : {u"C:\\exe", u"C:\\a.exe\\b", u"a.exe.txt"})
         EXPECT_FALSE(IsProgram(path)) << Utf8(path);
 }
 

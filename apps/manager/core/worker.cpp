@@ -8,6 +8,7 @@
 #include <span>
 
 #include "common/crypto/pkcs7_build.h"
+#include "common/crypto/pkcs7_content.h"
 #include "common/crypto/pkcs7_request.h"
 #include "common/system/os/file.h"
 #include "common/system/text/exception.h"
@@ -18,6 +19,8 @@ namespace {
 
 /// Beyond this many numbered names something else is wrong.
 constexpr unsigned kMaxNumber = 10000;
+
+constexpr char kNotWritten[] = "the folder cannot be written to, or the disk is full";
 
 /// Thrown with the reason why one file failed.
 [[noreturn]] void Fail(const std::string& why) {
@@ -113,8 +116,8 @@ void CWorker::Protect(CPKCS7_TYPE action, const std::u16string& path) {
     const CPKCS7_ERROR code = build.Build(CUTF16String(path), CUTF16String(side.Path()));
     if (code != CPKCS7_ERROR::NONE)
         throw code;
-    if (!m_files.IsFile(side.Path()))
-        Fail("the folder cannot be written to");
+    if (!build.WasWritten())
+        Fail(kNotWritten);
     const std::u16string written = Settle(side.Path(), goal);
     Say(std::string(DoneWord(action)) + " " + Utf8(path) + " -> " + Utf8(written));
 }
@@ -132,8 +135,10 @@ std::u16string CWorker::Settle(const std::u16string& side, const std::u16string&
 }
 
 void CWorker::Recover(const std::u16string& path) {
-    const std::vector<unsigned char> content = ContentOf(path);
-    const bool trustworthy = SignaturesMatch(path);
+    // Read once: a file that is changed meanwhile must not lend its signatures to other content.
+    CPKCS7Request file{CUTF16String(path)};
+    const std::vector<unsigned char> content = ContentOf(*file);
+    const bool trustworthy = SignaturesMatch(*file);
 
     const std::u16string goal = RecoveredPath(path);
     for (unsigned n = 1; n <= kMaxNumber && m_files.IsFile(NumberedPath(goal, n)); ++n) {
@@ -146,44 +151,36 @@ void CWorker::Recover(const std::u16string& path) {
     }
     const CSideFile side(goal, m_files);
     if (!WriteWholeFile(CUTF16String(side.Path()), content))
-        Fail("the folder cannot be written to, or the disk is full");
+        Fail(kNotWritten);
     const std::u16string written = Settle(side.Path(), goal);
     Say("recovered " + Utf8(path) + " -> " + Utf8(written) + " (" + std::to_string(content.size()) +
         " bytes)");
     Open(written, trustworthy);
 }
 
-std::vector<unsigned char> CWorker::ContentOf(const std::u16string& path) {
-    CPKCS7Request file{CUTF16String(path)};
+std::vector<unsigned char> CWorker::ContentOf(CPKCS7& file) {
     const CUniqueBio bio =
-        file->Build_recover(m_identity.signer.Get(), Share(m_identity.key.Get()).Release());
+        file.Build_recover(m_identity.signer.Get(), Share(m_identity.key.Get()).Release());
     std::vector<unsigned char> content;
-    std::vector<unsigned char> chunk(64 * 1024);
-    for (;;) {
-        const int got = BIO_read(bio.Get(), chunk.data(), static_cast<int>(chunk.size()));
-        if (got <= 0)
-            break;
-        content.insert(content.end(), chunk.begin(), chunk.begin() + got);
-    }
-    // A wrong or damaged ciphertext shows only at its end, in the cipher's own verdict.
-    BIO* cipher = BIO_find_type(bio.Get(), BIO_TYPE_CIPHER);
-    if (cipher && BIO_get_cipher_status(cipher) != 1)
+    ReadContent(bio.Get(), [&](const unsigned char* piece, std::size_t count) {
+        content.insert(content.end(), piece, piece + count);
+    });
+    if (!DecryptedWell(bio.Get()))
         Fail("the content does not decrypt: the file is damaged or changed");
     return content;
 }
 
-bool CWorker::SignaturesMatch(const std::u16string& path) {
-    CPKCS7Request file{CUTF16String(path)};
-    if (!file->IsSigned())
+bool CWorker::SignaturesMatch(CPKCS7& file) {
+    if (!file.IsSigned())
         return true;
     const CUniqueSignerList signers =
-        file->GetSigners(m_identity.signer.Get(), m_identity.key.Get());
+        file.GetSigners(m_identity.signer.Get(), m_identity.key.Get());
     std::size_t matching = 0;
     for (const auto& signer : *signers.Get())
         matching += signer->verified ? 1 : 0;
     const std::size_t all = signers.Get()->size();
     Say(std::to_string(matching) + " of " + std::to_string(all) + " signatures match in " +
-        Utf8(path));
+        Utf8(file.Path().AsView()));
     return matching == all;
 }
 

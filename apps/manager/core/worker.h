@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "common/crypto/pkcs7_error.h"
+#include "common/crypto/pkcs7.h"
 #include "manager/core/files.h"
 #include "manager/core/identity.h"
 #include "manager/core/log.h"
@@ -31,8 +31,8 @@ private:
     void Protect(CPKCS7_TYPE action, const std::u16string& path);
     void Recover(const std::u16string& path);
     void Open(const std::u16string& path, bool trustworthy);
-    bool SignaturesMatch(const std::u16string& path);
-    std::vector<unsigned char> ContentOf(const std::u16string& path);
+    bool SignaturesMatch(CPKCS7& file);
+    std::vector<unsigned char> ContentOf(CPKCS7& file);
     std::u16string Settle(const std::u16string& side, const std::u16string& goal);
 
     const Identity& m_identity;

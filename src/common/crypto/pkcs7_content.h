@@ -2,7 +2,7 @@
 
 // The content in a parsed PKCS#7 structure, opened for reading with the care that files from
 // strangers need. What is opened reads from the structure's own octets, so it must not outlive
-// it. Called by the container only; belongs to its thread.
+// it. Called by the container, and by who reads what Build_recover opens; belongs to its thread.
 
 #include <array>
 #include <cstddef>

@@ -46,6 +46,13 @@ std::unique_ptr<CHttpResponse> CHttpResponse::Read(std::unique_ptr<CHttpConnecti
     }
 }
 
+CHttpResponse::~CHttpResponse() {
+    // Last come, first gone: the other way round, each text of a head that a peer made long would
+    // search a list of all the gaps in secure memory that its lines have left, to the list's end.
+    while (!m_headers.empty())
+        m_headers.pop_back();
+}
+
 const ByteArray& CHttpResponse::ReadAll() {
     return ReadAtLeast(std::numeric_limits<std::size_t>::max());
 }

@@ -25,6 +25,7 @@ public:
     /// receive data: …"; the connection is then closed, or still the caller's if the status line
     /// was the fault.
     static std::unique_ptr<CHttpResponse> Read(std::unique_ptr<CHttpConnection>& connection);
+    ~CHttpResponse();
 
     std::uint32_t StatusCode() const noexcept { return m_statusCode; }
     /// Reason is the text behind the code, possibly empty.

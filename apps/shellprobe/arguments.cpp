@@ -143,9 +143,10 @@ std::string TakeGiven(Arguments& arguments, const CommandName& command, std::str
             throw EUsage(name + " takes no value");
         *flag = true;
     } else {
-        if (!hasValue)
+        const std::string_view value = hasValue ? text.substr(equals + 1) : std::string_view();
+        if (value.empty())
             throw EUsage(name + " needs a value: " + name + "=…");
-        TakeOption(arguments, name, text.substr(equals + 1));
+        TakeOption(arguments, name, value);
     }
     return name;
 }

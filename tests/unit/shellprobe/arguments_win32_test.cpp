@@ -31,6 +31,7 @@ TEST(Arguments, AWrongCommandLineIsNamed) {
         {{u"menu"}, "menu needs at least one file"},
         {{u"menu", u"--rounds=1", u"a"}, "menu has no option \"--rounds\""},
         {{u"menu", u"--flags", u"a"}, "--flags needs a value"},
+        {{u"icon", u"--png=", u"a"}, "--png needs a value"},
         {{u"menu", u"--first=4294967296", u"a"}, "--first needs a number"},
         {{u"invoke", u"a"}, "invoke needs --offset=N"},
         {{u"invoke", u"--offset=65536", u"a"}, "from 0 to 65535"},

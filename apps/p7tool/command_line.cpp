@@ -174,8 +174,7 @@ std::string HelpText() {
   p7tool --help, p7tool --version
 
 Exit status: 0 done; 1 something failed (what, as JSON on standard output and in words on standard
-error); 2 wrong command line. Names on the command line and all output are UTF-8.
-)";
+error); 2 wrong command line. Names on the command line and all output are UTF-8.)";
 }
 
 }  // namespace tarnwell::p7tool

@@ -30,7 +30,7 @@ public:
             case ECommand::kVersion:
                 return Print("p7tool " TARNWELL_VERSION_TEXT) ? kDone : kFailed;
             default:
-                return std::fputs(HelpText().c_str(), m_out) >= 0 ? kDone : kFailed;
+                return Print(HelpText()) ? kDone : kFailed;
         }
     }
 
@@ -129,7 +129,8 @@ private:
         if (code == CPKCS7_ERROR::ERROR_OPENSSL)
             return "a certificate or key does not fit: signers need RSA or EC keys, recipients "
                    "RSA certificates";
-        return "failed on " + name;
+        return name +
+               " cannot be put into a PKCS#7 file: is it larger than 1.5 GB, or memory short?";
     }
 
     int Fail(CPKCS7_ERROR code, const std::string& message) {

@@ -24,6 +24,47 @@ STACK_OF(X509) * CertificateSet(PKCS7* p7) noexcept {
     return PKCS7_type_is_signed(p7) ? p7->d.sign->cert : p7->d.signed_and_enveloped->cert;
 }
 
+/// A file's certificates, to be found by the names that signers give them. A hostile file has
+/// thousands of both, or one certificate of a megabyte for all its signers: they are not searched
+/// one by one, and a certificate is copied once.
+class CCertificatesByName {
+public:
+    explicit CCertificatesByName(const STACK_OF(X509) * set) {
+        for (int i = 0; i < sk_X509_num(set); ++i) {
+            const X509* certificate = sk_X509_value(set, i);
+            // Of several with one name the first counts.
+            m_entries.try_emplace(
+                {X509_get0_serialNumber(certificate), X509_get_issuer_name(certificate)},
+                Entry{certificate, {}});
+        }
+    }
+
+    /// Duplicate gives a reference to the copy; null where the file has no such certificate.
+    CUniqueX509 Duplicate(const PKCS7_ISSUER_AND_SERIAL& name) {
+        const auto found = m_entries.find({name.serial, name.issuer});
+        if (found == m_entries.end())
+            return CUniqueX509();
+        Entry& entry = found->second;
+        if (!entry.duplicate)
+            entry.duplicate.Reset(X509_dup(entry.certificate));
+        return Share(entry.duplicate.Get());
+    }
+
+private:
+    using Name = std::pair<const ASN1_INTEGER*, const X509_NAME*>;
+    struct Before {
+        bool operator()(const Name& a, const Name& b) const noexcept {
+            const int order = ASN1_INTEGER_cmp(a.first, b.first);
+            return order != 0 ? order < 0 : X509_NAME_cmp(a.second, b.second) < 0;
+        }
+    };
+    struct Entry {
+        const X509* certificate;
+        CUniqueX509 duplicate;
+    };
+    std::map<Name, Entry, Before> m_entries;
+};
+
 bool Verifies(BIO* content, PKCS7* p7, PKCS7_SIGNER_INFO* signer, X509* certificate) noexcept {
     // OpenSSL takes an unknown digest for the first one that it has at hand.
     return certificate && OBJ_obj2nid(signer->digest_alg->algorithm) != NID_undef &&
@@ -136,20 +177,17 @@ CUniqueSignerList CPKCS7::GetSigners(X509* certificate, EVP_PKEY* key) {
              CPKCS7_ERROR::ERROR_TYPE | CPKCS7_ERROR::GET_SIGNER_FAIL);
 
     CUniqueSignerList list(new CSignerList);
-    // Thousands of signers may name one large certificate: they share its duplicate.
-    std::map<const X509*, X509*> duplicates;
     STACK_OF(PKCS7_SIGNER_INFO)* signers = PKCS7_get_signer_info(p7);
-    for (int i = 0; i < sk_PKCS7_SIGNER_INFO_num(signers); ++i) {
+    const int count = sk_PKCS7_SIGNER_INFO_num(signers);
+    if (count <= 0)
+        return list;
+    if (!CertificateSet(p7))
+        Fail("Error when trying to get the certificat from the p7 file",
+             CPKCS7_ERROR::ERROR_OPENSSL | CPKCS7_ERROR::GET_SIGNER_FAIL);
+    CCertificatesByName certificates(CertificateSet(p7));
+    for (int i = 0; i < count; ++i) {
         PKCS7_SIGNER_INFO* signer = sk_PKCS7_SIGNER_INFO_value(signers, i);
-        STACK_OF(X509)* set = CertificateSet(p7);
-        if (!set)
-            Fail("Error when trying to get the certificat from the p7 file",
-                 CPKCS7_ERROR::ERROR_OPENSSL | CPKCS7_ERROR::GET_SIGNER_FAIL);
-        const PKCS7_ISSUER_AND_SERIAL* name = signer->issuer_and_serial;
-        const X509* found = X509_find_by_issuer_and_serial(set, name->issuer, name->serial);
-        X509*& duplicate = duplicates[found];
-        CUniqueX509 own(duplicate ? Share(duplicate) : CUniqueX509(X509_dup(found)));
-        duplicate = own.Get();
+        CUniqueX509 own = certificates.Duplicate(*signer->issuer_and_serial);
         auto info = std::make_unique<SignerInfo>();
         info->signingTime = SigningTime(signer);
         info->verified = Verifies(content.Get(), p7, signer, own.Get());

@@ -17,4 +17,8 @@ void StartOpenSsl() noexcept {
     static const OpenSslLife life;
 }
 
+COpenSslThreadShare::~COpenSslThreadShare() {
+    OPENSSL_thread_stop();
+}
+
 }  // namespace tarnwell

@@ -11,4 +11,15 @@ namespace tarnwell {
 /// later calls cost nothing.
 void StartOpenSsl() noexcept;
 
+/// Gives back, when it goes, what OpenSSL keeps for the calling thread, such as its list of errors.
+/// Nobody else would: Windows does not tell a library linked into a DLL that a thread ends, and the
+/// explorer's come and go. OpenSSL may be used again on the thread afterwards.
+class COpenSslThreadShare {
+public:
+    COpenSslThreadShare() noexcept = default;
+    ~COpenSslThreadShare();
+    COpenSslThreadShare(const COpenSslThreadShare&) = delete;
+    COpenSslThreadShare& operator=(const COpenSslThreadShare&) = delete;
+};
+
 }  // namespace tarnwell

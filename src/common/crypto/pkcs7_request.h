@@ -1,7 +1,8 @@
 #pragma once
 
 // One request about a PKCS#7 file: the container, and the release of everything that it leaves to
-// its caller (the parsed structure, the duplicated certificates) when the request ends.
+// its caller (the parsed structure, the duplicated certificates, OpenSSL's share for the thread)
+// when the request ends.
 //     CPKCS7Request file(path);
 //     if (file->IsOnlySigned()) …
 // Belongs to one thread; lives on the caller's stack.
@@ -9,6 +10,7 @@
 #include <span>
 #include <utility>
 
+#include "common/crypto/openssl_start.h"
 #include "common/crypto/pkcs7.h"
 
 namespace tarnwell {
@@ -30,6 +32,7 @@ public:
     CPKCS7& operator*() noexcept { return m_file; }
 
 private:
+    COpenSslThreadShare m_share;  // goes last
     CCertificateBin m_duplicates;
     CPKCS7 m_file;
 };

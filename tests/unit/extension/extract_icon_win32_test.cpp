@@ -4,6 +4,8 @@
 #include "support/process_growth.h"
 #include "tarnwell/win32/alpha_icon.h"
 
+#include <thread>
+
 namespace tarnwell::test {
 namespace {
 
@@ -137,6 +139,21 @@ TEST_F(ExtractIconTest, AFileThatVanishesTakesTheDrawnIconsWithIt) {
     EXPECT_EQ(handler->Extract(nullptr, 0, &first, &second, kSizes), E_FAIL);
     EXPECT_TRUE(!first && !second);
     ExpectNoGrowth(3, 20, [&] { Extract(); });
+}
+
+TEST_F(ExtractIconTest, AThreadThatAskedLeavesNothingWhenItEnds) {
+    const std::wstring files[] = {Sample("ossl-rsa-sha256.p7"), Sample("nonp7-text.p7")};
+    ExpectNoGrowth(3, 50, [&] {
+        std::thread([&] {  // the explorer's come and go
+            const auto asked = MakeObject<CExtractIcon>(classes.Root(), engine);
+            for (const std::wstring& file : files) {
+                asked->Load(file.c_str(), 0);
+                asked->GetIconLocation(0, nullptr, 0, nullptr, nullptr);
+                asked->Extract(nullptr, 0, large.Put(), little.Put(), kSizes);
+            }
+        })
+            .join();
+    });
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The DLL's entry point and its four exports.
 
 #include "common/system/trace/trace.h"
+#include "tarnwell/win32/library_leavings.h"
 #include "tarnwell/win32/module.h"
 #include "tarnwell/win32/registration.h"
 
@@ -10,6 +11,7 @@ using namespace tarnwell;
 /// into another library are allowed, and does nothing else.
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
     if (reason == DLL_PROCESS_ATTACH) {
+        static const CLibraryLeavings leavings(instance);  // the first of all, so the last to go
         Module().Attach(instance);
         DisableThreadLibraryCalls(instance);
         OpenTrace();

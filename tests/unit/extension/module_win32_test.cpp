@@ -1,6 +1,7 @@
 #include "tarnwell/win32/module.h"
 
 #include "extension_fixture.h"
+#include "support/process_growth.h"
 #include "tarnwell/win32/class_ids.h"
 #include "tarnwell/win32/guard.h"
 
@@ -111,6 +112,22 @@ TEST(Module, IsKeptLoadedByObjectsServerLocksAndClassObjects) {
         ClassObject(handler)->LockServer(FALSE);
         EXPECT_EQ(DllCanUnloadNow(), S_OK);
     }
+}
+
+TEST(Module, LeavesNothingToTheProcessWhenItIsUnloaded) {
+    const auto freeSlots = [] {
+        std::vector<DWORD> slots;
+        for (DWORD slot = TlsAlloc(); slot != TLS_OUT_OF_INDEXES; slot = TlsAlloc())
+            slots.push_back(slot);
+        std::ranges::for_each(slots, TlsFree);
+        return slots.size();
+    };
+    const auto reload = [] { EXPECT_TRUE(FreeLibrary(LoadLibraryW(L"Tarnwell.dll"))); };
+    ExpectNoGrowth(2, 1, reload);  // the thread library keeps a record of less than a kilobyte
+    const std::size_t before = freeSlots();
+    reload();
+    EXPECT_EQ(freeSlots(), before);
+    EXPECT_EQ(GetModuleHandleW(L"Tarnwell.dll"), nullptr);
 }
 
 TEST(Guard, BracketsTheCallAndReportsWhatWasThrown) {

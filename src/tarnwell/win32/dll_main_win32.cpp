@@ -4,8 +4,21 @@
 #include "tarnwell/win32/library_leavings.h"
 #include "tarnwell/win32/module.h"
 #include "tarnwell/win32/registration.h"
+// Windows last.
+#include <shlobj.h>
 
 using namespace tarnwell;
+
+namespace {
+
+/// Has the explorer forget what it knows of file types: it looks them up once.
+HRESULT UpdateAndTell(ERegistryUpdate update) noexcept {
+    const HRESULT result = UpdateAllClasses(update, HKEY_CLASSES_ROOT);
+    SHChangeNotify(SHCNE_ASSOCCHANGED, SHCNF_IDLIST, nullptr, nullptr);
+    return result;
+}
+
+}  // namespace
 
 /// Runs under the loader lock: it remembers the handle, tells the trace from when to when calls
 /// into another library are allowed, and does nothing else.
@@ -30,9 +43,9 @@ STDAPI DllCanUnloadNow() {
 }
 
 STDAPI DllRegisterServer() {
-    return UpdateAllClasses(ERegistryUpdate::kRegister, HKEY_CLASSES_ROOT);
+    return UpdateAndTell(ERegistryUpdate::kRegister);
 }
 
 STDAPI DllUnregisterServer() {
-    return UpdateAllClasses(ERegistryUpdate::kUnregister, HKEY_CLASSES_ROOT);
+    return UpdateAndTell(ERegistryUpdate::kUnregister);
 }

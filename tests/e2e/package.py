@@ -162,8 +162,8 @@ class Installation(unittest.TestCase):
         for name, package in (("new", SIGNED), ("old", OLD)):
             shutil.copy(package, drive() / f"{name}.msi")
 
-    def msiexec(self, what: str, package: str, *properties, expect=0):
-        status = wine("msiexec", what, package, "/qn", *properties, check=False).returncode
+    def msiexec(self, what: str, package: str, *properties, expect=0, interface="/qn"):
+        status = wine("msiexec", what, package, interface, *properties, check=False).returncode
         # Of the installer's status the low byte is what reaches this side.
         self.assertEqual(status, expect & 0xff, f"msiexec {what} {package} {properties}")
 
@@ -272,13 +272,15 @@ class Installation(unittest.TestCase):
 
     def test_folder_with_blanks_and_foreign_letters(self):
         folder = "Büro Łódź/Tar nwell"
-        self.msiexec("/i", OLD_PACKAGE, "INSTALLDIR=C:\\" + folder.replace("/", "\\"),
-                     "ADDLOCAL=Main,Manager")
-        self.installed(version="old", folder=folder, manager=folder)
-        self.msiexec("/i", NEW_PACKAGE, "ADDLOCAL=Main,Manager")
-        self.installed(version="new", folder=folder, manager=folder)
-        self.msiexec("/x", NEW_PACKAGE)
-        self.gone(folder)
+        for interface in ("/qn", "/qf"):
+            with self.subTest(interface):
+                self.msiexec("/i", OLD_PACKAGE, "INSTALLDIR=C:\\" + folder.replace("/", "\\"),
+                             "ADDLOCAL=Main,Manager", interface=interface)
+                self.installed(version="old", folder=folder, manager=folder)
+                self.msiexec("/i", NEW_PACKAGE, "ADDLOCAL=Main,Manager", interface=interface)
+                self.installed(version="new", folder=folder, manager=folder)
+                self.msiexec("/x", NEW_PACKAGE)
+                self.gone(folder)
 
     def test_over_a_half_removed_installation(self):
         current = r"HKLM\Software\Microsoft\Windows\CurrentVersion"

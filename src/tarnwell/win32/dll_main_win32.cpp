@@ -21,7 +21,8 @@ HRESULT UpdateAndTell(ERegistryUpdate update) noexcept {
 }  // namespace
 
 /// Runs under the loader lock: it remembers the handle, tells the trace from when to when calls
-/// into another library are allowed, and does nothing else.
+/// into another library are allowed, sees to what the compiler's libraries leave behind, and does
+/// nothing else.
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds) {
     static CLibraryLeavings leavings(instance);  // the first of all, so the last to go
     if (reason == DLL_PROCESS_ATTACH) {

@@ -23,6 +23,8 @@ set -euo pipefail
 
 bin=$root/build/windows/bin out=$root/build/package version='' check=''
 while (($# > 0)); do
+    [[ $1 != --@(bin|out|version) || -n ${2-} ]] ||
+        die "$1 needs a value behind it" "See: scripts/package.sh --help"
     case $1 in
     --bin) bin=$(realpath "$2") && shift 2 ;;
     --out) out=$2 && shift 2 ;;
@@ -122,5 +124,5 @@ said=$(msibuild "$msi" -q "${statements[@]}" 2>&1) ||
     die "the installer's database refused a statement: $(head -n 4 <<<"$said")"
 "$parts/settle.py" "$msi" "$epoch"
 sign "$msi"
-rm "$out"/*.wxs
+rm "$out"/{documents,tarnwell}.wxs
 echo "$msi"

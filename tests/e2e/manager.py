@@ -224,7 +224,7 @@ class ManagerTest(unittest.TestCase):
         path.unlink()
         manager = self.run_action("RECOVER", [self.folder / "note 1.opentest.p7"], opens=True)
         self.assertIn("opened ", manager.log)
-        for _ in range(100):
+        for _ in range(600):
             if (self.scratch / "marker.txt").exists():
                 break
             time.sleep(0.1)

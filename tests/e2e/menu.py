@@ -20,7 +20,7 @@ def rows(menu):
 
 def wait_for(*paths):
     """The manager works after it has answered."""
-    end = time.monotonic() + 30
+    end = time.monotonic() + 120
     while time.monotonic() < end and not all(path.exists() and path.stat().st_size
                                              for path in paths):
         time.sleep(0.1)

@@ -1,15 +1,14 @@
 // Another process for tests of what processes see of each other. What it has to say stands on
 // standard output, a line each:
 //
-//     peer_process window [HANG-MS]   its process id once the manager's window is there; then each
-//                                     copy-data message as "tag length wParam text", after having
-//                                     hung that long; ends with the first
-//     peer_process name               what the foundation calls this program, behind its length
-//     peer_process hold NAME          its process id once it holds the global mutex; a moment later
-//     peer_process hold NAME die      it unlocks the mutex, or dies with it
+//     peer_process window [EVENT]      its process id once the manager's window is there; then the
+//                                      first copy-data message as "tag length wParam text", after
+//                                      having hung until the event is set
+//     peer_process name                what the foundation calls this program, behind its length
+//     peer_process hold NAME EVENT     its process id once it holds the global mutex; once the
+//     event peer_process hold NAME EVENT die is set, it unlocks the mutex, or dies with it
 
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -22,7 +21,13 @@ using namespace tarnwell;
 
 namespace {
 
-DWORD s_hang = 0;
+const char* s_hangsUntil = nullptr;
+
+/// WaitFor waits for the test to set an event, or until no test can be about to.
+void WaitFor(const char* event) {
+    const CUniqueHandle word(OpenEventA(SYNCHRONIZE, FALSE, event));
+    WaitForSingleObject(word.Get(), 10'000);
+}
 
 void SayReady() {
     (void)std::printf("%lu\n", GetCurrentProcessId());
@@ -33,7 +38,8 @@ LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM word, LPARAM data) 
     if (message != WM_COPYDATA)
         return DefWindowProcW(window, message, word, data);
     const auto& copied = *reinterpret_cast<const COPYDATASTRUCT*>(data);
-    Sleep(s_hang);
+    if (s_hangsUntil)
+        WaitFor(s_hangsUntil);
     (void)std::printf("%llu %lu %llu %.*s\n", copied.dwData, copied.cbData, word,
                       static_cast<int>(copied.cbData), static_cast<const char*>(copied.lpData));
     PostQuitMessage(0);
@@ -56,15 +62,14 @@ int ShowWindowOfTheManager() {
     return 0;
 }
 
-int Hold(const char* name, bool dies) {
+int Hold(const char* name, const char* event, bool dies) {
     const CGlobalMutex mutex(Utf16FromUtf8(name));
     mutex.lock();
     SayReady();
-    Sleep(300);
+    WaitFor(event);
     if (dies)
         TerminateProcess(GetCurrentProcess(), 0);
     mutex.unlock();
-    Sleep(300);  // so that unlocking frees it, not ending
     return 0;
 }
 
@@ -72,12 +77,12 @@ int Hold(const char* name, bool dies) {
 
 int main(int count, char** arguments) {
     const std::string_view command = count > 1 ? arguments[1] : "";
-    if (count > 2)
-        s_hang = std::strtoul(arguments[2], nullptr, 10);
-    if (command == "window")
+    if (command == "window") {
+        s_hangsUntil = count > 2 ? arguments[2] : nullptr;
         return ShowWindowOfTheManager();
-    if (command == "hold" && count > 2)
-        return Hold(arguments[2], count > 3);
+    }
+    if (command == "hold" && count > 3)
+        return Hold(arguments[2], arguments[3], count > 4);
     if (command != "name")
         return 2;
     const CISOString name = Utf8FromUtf16(GetHostApplicationName());

@@ -143,7 +143,7 @@ TEST(CPKCS7, DigestAlgorithmsCountOnceEachAndAreNotComparedWithoutEnd) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(FirstVerifies(different));
     EXPECT_EQ(Recovered(different), CPKCS7_ERROR{0x402});
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 // Without signed attributes OpenSSL would take the first digest that it has for an unknown one.

@@ -30,8 +30,10 @@ std::uint32_t FinalCode(CThread& thread, const std::function<void()>& duties) {
 }
 
 TEST(Thread, JoinKeepsTheOwnersDutiesGoingAndGivesTheExitCode) {
-    CTestThread thread([] {
-        Sleep(250);
+    std::atomic<bool> isOver = false;
+    CTestThread thread([&] {
+        while (!isOver)
+            Sleep(1);
         return 4711U;
     });
     EXPECT_EQ(thread.join(nullptr), CThread::kNoExitCode) << "it was not started";
@@ -39,8 +41,9 @@ TEST(Thread, JoinKeepsTheOwnersDutiesGoingAndGivesTheExitCode) {
     EXPECT_THROW(thread.start(), std::logic_error);
     EXPECT_THROW(thread.join(nullptr), std::bad_function_call);
     int calls = 0;
-    EXPECT_EQ(thread.join([&] { ++calls; }), 4711U);
-    EXPECT_TRUE(calls >= 2 && calls <= 4) << calls;
+    const ULONGLONG start = GetTickCount64();
+    EXPECT_EQ(FinalCode(thread, [&] { isOver = ++calls >= 3; }), 4711U);
+    EXPECT_GE(GetTickCount64() - start, 150U) << "two slices of a tenth of a second";
     EXPECT_EQ(FinalCode(thread, nullptr), 4711U) << "finished: nothing is called any more";
 }
 

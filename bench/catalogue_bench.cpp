@@ -5,8 +5,6 @@
 #include <benchmark/benchmark.h>
 #include <miniz.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <iterator>
@@ -14,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_rows.h"
 #include "common/system/lang/catalogue.h"
 
 namespace {
@@ -129,16 +128,10 @@ CJSValueOwner Load() {
 }
 
 template <class Action>
-double Seconds(Action action) {
-    const auto start = std::chrono::steady_clock::now();
+double Took(Action action) {
+    const auto start = Clock::now();
     action();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double Median(std::vector<double> values) {
-    std::nth_element(values.begin(),
-                     values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
-    return values[values.size() / 2];
+    return Milliseconds(start);
 }
 
 void ExtractAlone(benchmark::State& state) {
@@ -156,13 +149,13 @@ BENCHMARK(LoadAndDrop)->Unit(benchmark::kMillisecond);
 void LoadOverExtract(benchmark::State& state) {
     std::vector<double> extract, load, whole;
     while (state.KeepRunning()) {
-        extract.push_back(Seconds(Extract));
+        extract.push_back(Took(Extract));
         CJSValueOwner root = CJSValue::UndefinedOwner();
-        load.push_back(Seconds([&] { root = Load(); }));
-        whole.push_back(load.back() + Seconds([&] { root.reset(); }));
+        load.push_back(Took([&] { root = Load(); }));
+        whole.push_back(load.back() + Took([&] { root.reset(); }));
     }
-    state.counters["extract_ms"] = Median(extract) * 1e3;
-    state.counters["load_ms"] = Median(load) * 1e3;
+    state.counters["extract_ms"] = Median(extract);
+    state.counters["load_ms"] = Median(load);
     state.counters["ratio"] = Median(load) / Median(extract);
     state.counters["ratio_with_drop"] = Median(whole) / Median(extract);
 }

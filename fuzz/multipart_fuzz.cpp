@@ -3,15 +3,16 @@
 
 #include <string>
 
+#include "../tests/unit/net/scripted_connection.h"
 #include "common/system/net/http_server.h"
-#include "fuzz_connection.h"
 #include "fuzz_support.h"
 
 void tarnwell::Fuzz(std::string_view input) {
     const std::uint8_t piece = TakeByte(input), boundaryLength = TakeByte(input);
     const std::string_view boundary = input.substr(0, boundaryLength);
     std::string_view rest = input.substr(boundary.size());
-    CFuzzConnection connection(rest, piece);
+    test::Wire wire{.stream = std::string(rest), .piece = std::max<std::size_t>(piece, 1)};
+    test::CScriptedConnection connection(wire);
 
     ByteArray part;
     for (bool first = true;; first = false) {

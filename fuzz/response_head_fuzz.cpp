@@ -4,13 +4,14 @@
 #include <memory>
 #include <string>
 
+#include "../tests/unit/net/scripted_connection.h"
 #include "common/system/net/http_response.h"
-#include "fuzz_connection.h"
 #include "fuzz_support.h"
 
 void tarnwell::Fuzz(std::string_view stream) {
     const std::uint8_t piece = TakeByte(stream);
-    std::unique_ptr<CHttpConnection> connection = std::make_unique<CFuzzConnection>(stream, piece);
+    test::Wire wire{.stream = std::string(stream), .piece = std::max<std::size_t>(piece, 1)};
+    std::unique_ptr<CHttpConnection> connection = std::make_unique<test::CScriptedConnection>(wire);
     const auto holds = [](const CISOString& text, const char* any) {
         return text.AsView().find_first_of(any) != std::string_view::npos;
     };

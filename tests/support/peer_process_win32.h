@@ -7,15 +7,13 @@
 #include <stdexcept>
 #include <string>
 
-#include "common/system/os/windows.h"
+#include "common/system/os/install_paths.h"
 
 namespace tarnwell::test {
 
 /// PeerProgram is the path of tests/programs/peer_process as it was built.
 inline std::filesystem::path PeerProgram() {
-    wchar_t own[1024] = {};
-    GetModuleFileNameW(nullptr, own, 1024);
-    return std::filesystem::path(own).replace_filename(L"peer_process.exe");
+    return std::filesystem::path(ModulePath().AsView()).replace_filename("peer_process.exe");
 }
 
 class CPeerProcess {

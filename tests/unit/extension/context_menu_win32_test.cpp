@@ -1,6 +1,5 @@
 #include "tarnwell/win32/context_menu.h"
 
-#include <algorithm>
 #include <chrono>
 
 #include "context_menu_fixture.h"
@@ -11,7 +10,6 @@ namespace tarnwell::test {
 namespace {
 
 using namespace std::string_literals;
-using Clock = std::chrono::steady_clock;
 using Sent = decltype(CRecordingServices::sent);
 
 TEST_F(ContextMenuTest, TakesAndReportsTheSelectionInItsOrder) {
@@ -252,33 +250,20 @@ TEST_F(ContextMenuTest, ASelectionThatChangesInTheMiddleLeavesTheRequestItsList)
     EXPECT_EQ(services.sent, (Sent{{kActionSign, {u"C:\\a", u"C:\\b"}}}));
 }
 
-TEST_F(ContextMenuTest, ThousandsOfFilesTakeTimeInProportion) {
+// Anything that grows with the square of their number takes a minute here, instead of a moment.
+TEST_F(ContextMenuTest, TwentyThousandFilesTakeTimeInProportion) {
     if (UnderHeapChecks())
         GTEST_SKIP() << "each heap call validates the whole heap: nothing is in proportion";
-    // The listener keeps every line, so its own memory would be measured as well.
+    // The listener keeps every line, and compares them with nothing.
     const TraceLibrary* listener = ReplaceTraceLibrary(nullptr);
     std::size_t length = 0;
     services.during = [&](auto files) { length = RequestAddress("1", 0, files).Length(); };
-    const auto secondsFor = [&](std::size_t count) {
-        const std::string block = DropBlock(std::vector(count, std::wstring(150, L'x')));
-        const auto start = Clock::now();
-        SelectBlock(block);
-        Query();
-        Invoke(0);
-        const std::chrono::duration<double> taken = Clock::now() - start;
-        EXPECT_GT(length, count * 150);
-        services.sent.clear();
-        return taken.count();
-    };
-    // The shortest of several runs is what the work itself takes, whatever else the machine does;
-    // no number of runs makes work fast that grows with the square.
-    double few = 1e9, many = 1e9;
-    const auto giveUp = Clock::now() + std::chrono::minutes(1);
-    for (int i = 0; i < 3 || (many > 12 * few && Clock::now() < giveUp); ++i) {
-        few = std::min(few, secondsFor(500));
-        many = std::min(many, secondsFor(5000));
-    }
-    EXPECT_LE(many, 12 * few);
+    const auto start = std::chrono::steady_clock::now();
+    Select(std::vector(20'000, std::wstring(150, L'x')));
+    Query();
+    Invoke(0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    EXPECT_GT(length, 20'000u * 150);
     ReplaceTraceLibrary(listener);
 }
 

@@ -37,7 +37,7 @@ class ExtractIconTest : public testing::Test {
 protected:
     ExtractIconTest() {
         CSettingsKey::Create(classes.Root(), u".txt").SetText(u"", u"Type");
-        CSettingsKey::Create(classes.Root(), u"Type\\DefaultIcon").SetText(u"", ProgramPath());
+        CSettingsKey::Create(classes.Root(), u"Type\\DefaultIcon").SetText(u"", ModulePath());
     }
     /// Open takes a file with the bytes of one of the corpus and gives GetIconLocation's answer.
     HRESULT Open(const std::string& original, const char* name = "a.txt.p7") {

@@ -3,6 +3,7 @@
 // What the tests of registration and of icons share: a key in place of HKEY_CLASSES_ROOT, and the
 // means to tell whose picture an icon shows.
 
+#include "common/system/os/install_paths.h"
 #include "common/system/os/owners_win32.h"
 #include "common/system/os/settings_win32.h"
 #include "extension_fixture.h"
@@ -68,18 +69,12 @@ inline Picture PictureOf(HICON icon) {
     return ImageOf(icon).colours;
 }
 
-/// IconOf loads an icon resource of `module`, of this program where it is null.
+/// IconOf loads an icon resource of `module`; where it is null, of this program, which has the
+/// icons 205 to 212 and 218, in this order.
 inline CUniqueIcon IconOf(HINSTANCE module, WORD resource, int size) {
     return CUniqueIcon(
         static_cast<HICON>(LoadImageW(module ? module : GetModuleHandleW(nullptr),
                                       MAKEINTRESOURCEW(resource), IMAGE_ICON, size, size, 0)));
-}
-
-/// ProgramPath is the file that holds the icons 205 to 212 and 218, in this order.
-inline CUTF16String ProgramPath() {
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return CUTF16String(Units(path));
 }
 
 }  // namespace tarnwell::test

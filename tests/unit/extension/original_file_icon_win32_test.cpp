@@ -29,7 +29,7 @@ std::string Load(HKEY classes, std::u16string_view extension = u"x") {
     return one == other ? one : one + " " + other;
 }
 
-const CUTF16String kProgram = ProgramPath();
+const CUTF16String kProgram = ModulePath();
 
 TEST(OriginalFileIcon, IsWhatTheTypesDefaultIconSaysOrElseTheShells) {
     SetEnvironmentVariableW(L"TARNWELL_TEST_ICONS", Wide(kProgram));

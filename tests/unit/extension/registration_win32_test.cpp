@@ -24,7 +24,8 @@ std::string Listing(HKEY root, const std::string& prefix = "") {
     return lines;
 }
 
-const CUTF16String kModule(u"C:\\it's \u20ac\\a.dll");
+// Folders may be called anything, even like a placeholder.
+const CUTF16String kModule(u"C:\\it's \u20ac {ctx}\\{module}.dll");
 
 // What the whole table makes of the machine's classes is a matter of the end-to-end tests. In it
 // every plain key lies in a forced one, so that only here is seen what a plain one leaves to
@@ -33,7 +34,9 @@ TEST(Registration, WritingEmptiesOnlyForcedKeysAndRemovingTakesOnlyWhatIsOurs) {
     constexpr RegistrationRow kRows[] = {
         {u"shared", ERowFlag::kKeep, {{{u"", u"new"}}}},
         {u"shared\\ours", ERowFlag::kForce, {{{u"", u"{ctx}"}}}},
-        {u"shared\\ours\\below", ERowFlag::kPlain, {{{u"", u"{module}"}, {u"Name", u"Text"}}}},
+        {u"shared\\ours\\below",
+         ERowFlag::kPlain,
+         {{{u"", u"{module}"}, {u"Name", u"{00021500-} %1 {ctx"}}}},
         {u"shared\\plain", ERowFlag::kPlain, {{{u"", u"d"}, {u"Name", u"Text"}}}},
         {u"shared\\plain\\empty", ERowFlag::kPlain},
     };
@@ -43,13 +46,14 @@ TEST(Registration, WritingEmptiesOnlyForcedKeysAndRemovingTakesOnlyWhatIsOurs) {
         ASSERT_TRUE(CSettingsKey::Create(root, key).SetText(u"More", u"theirs"));
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(WriteRows(root, kRows, kModule), S_OK);
-        EXPECT_EQ(Listing(root),
-                  "shared =new More=theirs\n"
-                  "shared\\ours ={0D526B21-4823-426D-A4B4-1AD3B8305EFC}\n"
-                  "shared\\ours\\below =C:\\it's \u20ac\\a.dll Name=Text\n"
-                  "shared\\plain =d Name=Text\n"
-                  "shared\\plain\\empty\n"
-                  "shared\\plain\\more More=theirs\n");
+        EXPECT_EQ(
+            Listing(root),
+            "shared =new More=theirs\n"
+            "shared\\ours ={0D526B21-4823-426D-A4B4-1AD3B8305EFC}\n"
+            "shared\\ours\\below =C:\\it's \u20ac {ctx}\\{module}.dll Name={00021500-} %1 {ctx\n"
+            "shared\\plain =d Name=Text\n"
+            "shared\\plain\\empty\n"
+            "shared\\plain\\more More=theirs\n");
     }
     CSettingsKey::Create(root, u"shared\\ours\\below\\more");  // goes with the forced key
     EXPECT_EQ(RemoveRows(root, kRows), S_OK);

@@ -10,6 +10,7 @@
 #include <sstream>
 #include <thread>
 
+#include "common/system/os/install_paths.h"
 #include "common/system/trace/trace.h"
 #include "support/temp_folder.h"
 
@@ -19,11 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 
-fs::path OwnProgram() {
-    wchar_t path[1024];
-    GetModuleFileNameW(nullptr, path, 1024);
-    return path;
-}
+const fs::path kOwnProgram = ModulePath().AsView();
 
 /// Runs a test of this program that is disabled otherwise and gives its exit code.
 std::intptr_t RunChild(const fs::path& program, const char* test) {
@@ -42,7 +39,7 @@ protected:
     void Unload() { FreeLibrary(std::exchange(m_module, nullptr)); }
 
     TraceLibrary Load() {
-        fs::copy_file(OwnProgram().parent_path() / "zelLog.dll", m_folder / "copy.dll",
+        fs::copy_file(kOwnProgram.parent_path() / "zelLog.dll", m_folder / "copy.dll",
                       fs::copy_options::overwrite_existing);
         m_module = LoadLibraryW((m_folder / "copy.dll").c_str());
         return {Entry<decltype(TraceLibrary::traceEnter)>("TraceEnter"),
@@ -210,7 +207,7 @@ TEST_F(CZelLogTest, ACallCostsTwentyNanosecondsAtMostWhileItIsOff) {
 // --- The client ------------------------------------------------------------------------------
 
 TEST_F(CZelLogTest, MessagesOfAModuleThatIsStillAttachedLaterAreHandedOver) {
-    EXPECT_EQ(RunChild(OwnProgram(), "*TracesBeforeAndAfter"), 0);
+    EXPECT_EQ(RunChild(kOwnProgram, "*TracesBeforeAndAfter"), 0);
     EXPECT_THAT(Texts(), ElementsAre(". early 0 " + std::string(247, 'x'), ". early %d",
                                      ". early %d", ". early %d", ". early %d", ". early %d",
                                      ". early %d", ". early %d", "> Class::Late"));
@@ -227,9 +224,9 @@ TEST(TraceClientChild, DISABLED_TracesBeforeAndAfter) {
 }
 
 TEST_F(CZelLogTest, ALibraryInTheCurrentFolderIsNotLoadedByTheClient) {
-    fs::copy_file(OwnProgram(), m_folder / "alone.exe");
+    fs::copy_file(kOwnProgram, m_folder / "alone.exe");
     const auto before = fs::current_path();
-    fs::current_path(OwnProgram().parent_path());
+    fs::current_path(kOwnProgram.parent_path());
     EXPECT_EQ(RunChild(m_folder / "alone.exe", "*HasNoLibrary"), 0);
     fs::current_path(before);
 }

@@ -1,7 +1,6 @@
 #include "common/crypto/pkcs7_build.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <openssl/err.h>
 #include <openssl/objects.h>
 #include <openssl/rsa.h>

@@ -12,16 +12,6 @@ namespace {
 constexpr UINT kSizes = MAKELONG(48, 16);
 const HICON kUntouched = reinterpret_cast<HICON>(1);
 
-class CFakeEngine final : public CChainEngine {
-public:
-    std::optional<std::uint32_t> ErrorStatus(std::span<const unsigned char>) override {
-        ++asked;
-        return status;
-    }
-    std::uint32_t status = 0;
-    int asked = 0;
-};
-
 using Overlays = std::vector<std::uint16_t>;
 
 /// An icon, that of *.txt files here unless it says otherwise, with overlays over it.
@@ -51,7 +41,7 @@ protected:
 
     CTempFolder folder;
     CScratchClasses classes;
-    CFakeEngine engine;
+    CScriptedEngine engine;
     ComPtr<CExtractIcon> handler = MakeObject<CExtractIcon>(classes.Root(), engine);
     std::filesystem::path path;
     CUniqueIcon large, little;
@@ -62,7 +52,7 @@ TEST_F(ExtractIconTest, MarksTheEnclosedTypesIconByContentAndVerdict) {
         const char* file;
         std::uint32_t chain;
         Overlays overlays;
-        int asked;
+        std::size_t asked;
     } kCases[] = {
         {"ossl-rsa-sha256.p7", 0, {210, 208}, 1}, {"ossl-rsa-sha256.p7", 4, {210, 209}, 1},
         {"hand-no-signers.p7", 0, {210, 208}, 0}, {"ossl-env-aes256-1.p7m", 0, {211}, 0},
@@ -82,8 +72,7 @@ TEST_F(ExtractIconTest, MarksTheEnclosedTypesIconByContentAndVerdict) {
         EXPECT_STREQ(location, L"as before");
         EXPECT_EQ(index, 42);
 
-        engine = CFakeEngine();
-        engine.status = test.chain;
+        engine = CScriptedEngine({test.chain});
         if (!isSigned)  // what Extract needs to know of such a file is known already
             std::filesystem::remove(path);
         EXPECT_EQ(Extract(), S_OK);

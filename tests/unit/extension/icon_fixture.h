@@ -1,12 +1,14 @@
 #pragma once
 
-// What the tests of registration and of icons share: a key in place of HKEY_CLASSES_ROOT, and the
-// means to tell whose picture an icon shows.
+// What the tests of registration and of icons share: a key in place of HKEY_CLASSES_ROOT, the means
+// to tell whose picture an icon shows, and a chain engine of which a test says what it answers.
 
+#include "common/crypto/openssl_owners.h"
 #include "common/system/os/install_paths.h"
 #include "common/system/os/owners_win32.h"
 #include "common/system/os/settings_win32.h"
 #include "extension_fixture.h"
+#include "tarnwell/win32/shellicon.h"
 
 namespace tarnwell::test {
 
@@ -76,5 +78,23 @@ inline CUniqueIcon IconOf(HINSTANCE module, WORD resource, int size) {
         static_cast<HICON>(LoadImageW(module ? module : GetModuleHandleW(nullptr),
                                       MAKEINTRESOURCEW(resource), IMAGE_ICON, size, size, 0)));
 }
+
+/// Gives its answers about chains in turn, and the last of them from then on.
+class CScriptedEngine final : public CChainEngine {
+public:
+    using Answers = std::vector<std::optional<std::uint32_t>>;
+    explicit CScriptedEngine(Answers answers = {0}) : m_answers(std::move(answers)) {}
+
+    std::optional<std::uint32_t> ErrorStatus(std::span<const unsigned char> der) override {
+        const unsigned char* next = der.data();
+        EXPECT_TRUE(CUniqueX509(d2i_X509(nullptr, &next, static_cast<long>(der.size()))));
+        EXPECT_EQ(next, der.data() + der.size());
+        return m_answers.at(std::min(asked++, m_answers.size() - 1));
+    }
+    std::size_t asked = 0;
+
+private:
+    Answers m_answers;
+};
 
 }  // namespace tarnwell::test

@@ -1,41 +1,21 @@
 #include "tarnwell/win32/shellicon.h"
 
 #include "common/crypto/pkcs7_request.h"
-#include "extension_fixture.h"
+#include "icon_fixture.h"
 #include "support/heap_checks.h"
 #include "tarnwell/win32/resources/resource_ids.h"
-
-#include <optional>
 
 namespace tarnwell::test {
 namespace {
 
-using Answer = std::optional<std::uint32_t>;
-
 constexpr std::uint32_t kRevoked = 0x4;
 constexpr std::uint32_t kOffline = 0x01000040;
-
-/// Answers in turn, and with the last answer from then on.
-class CScriptedEngine final : public CChainEngine {
-public:
-    explicit CScriptedEngine(std::vector<Answer> answers) : m_answers(std::move(answers)) {}
-    Answer ErrorStatus(std::span<const unsigned char> der) override {
-        const unsigned char* next = der.data();
-        EXPECT_TRUE(CUniqueX509(d2i_X509(nullptr, &next, static_cast<long>(der.size()))));
-        EXPECT_EQ(next, der.data() + der.size());
-        return m_answers.at(std::min(asked++, m_answers.size() - 1));
-    }
-    std::size_t asked = 0;
-
-private:
-    const std::vector<Answer> m_answers;
-};
 
 TEST(SignatureValidity, AsksOnlyAboutVerifiedSignersUpToTheFirstBadOne) {
     constexpr const char* kInvalid = "Certificate is invalide";
     const struct {
         const char* file;
-        std::vector<Answer> answers;
+        CScriptedEngine::Answers answers;
         std::uint16_t icon;
         std::size_t asked;
         const char* message = nullptr;

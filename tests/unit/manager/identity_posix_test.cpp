@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "common/system/text/exception.h"
 #include "manager/core/identity_store.h"

@@ -1,7 +1,6 @@
 #include "manager/core/standalone.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <future>
 

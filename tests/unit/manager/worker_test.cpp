@@ -1,7 +1,6 @@
 #include "manager/core/worker.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/temp_folder.h"
 #include "support/test_paths.h"

@@ -1,7 +1,6 @@
 #include "p7tool/p7tool.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <string>

@@ -1,7 +1,6 @@
 // The TLS connection's two forms against each other over real sockets: what no foreign peer shows.
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <future>
 #include <string>

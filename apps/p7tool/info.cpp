@@ -2,26 +2,40 @@
 
 #include <cstdio>
 #include <exception>
+#include <map>
+#include <utility>
 
 #include "common/crypto/asn1_time.h"
 #include "common/crypto/certificate_label.h"
 #include "common/crypto/pkcs7_request.h"
 #include "common/system/json/json_line.h"
 #include "common/system/text/convert.h"
+#include "common/system/text/exception.h"
 
 namespace tarnwell::p7tool {
 
 namespace {
 
-std::string SignerJson(const SignerInfo& signer) {
+/// A file of a megabyte can ask for gigabytes, with one long name for thousands of signers.
+constexpr std::size_t kMaxSigners = 64 << 20;
+
+/// What is told of each certificate, put together once for all the signers that share it.
+using CCertificates = std::map<const X509*, CJsonObject>;
+
+CJsonObject CertificateJson(const X509* certificate) {
     CJsonObject json;
-    if (X509* certificate = signer.certificate) {
-        json.Add("subject", GetNameLabel(X509_get_subject_name(certificate)).AsView())
-            .Add("issuer", GetNameLabel(X509_get_issuer_name(certificate)).AsView())
-            .Add("serial", SerialHex(certificate).AsView());
-    } else {
-        json.AddNull("subject").AddNull("issuer").AddNull("serial");
-    }
+    if (!certificate)
+        return json.AddNull("subject").AddNull("issuer").AddNull("serial");
+    return json.Add("subject", GetNameLabel(X509_get_subject_name(certificate)).AsView())
+        .Add("issuer", GetNameLabel(X509_get_issuer_name(certificate)).AsView())
+        .Add("serial", SerialHex(certificate).AsView());
+}
+
+std::string SignerJson(const SignerInfo& signer, CCertificates& certificates) {
+    const auto [known, isNew] = certificates.try_emplace(signer.certificate);
+    if (isNew)
+        known->second = CertificateJson(signer.certificate);
+    CJsonObject json = known->second;
     const CISOString time = Asn1TimeToIso(signer.signingTime);
     if (time.IsEmpty())
         json.AddNull("signingTime");
@@ -60,8 +74,16 @@ private:
     // A failure stays in the container's code; the rest of the file is told all the same.
     void TakeSigners(CPKCS7& file) try {
         const CUniqueSignerList list = file.GetSigners(nullptr, nullptr);
-        for (const auto& signer : *list.Get())
-            signers.AddRaw(SignerJson(*signer));
+        CCertificates certificates;
+        CJsonArray told;
+        std::size_t length = 0;
+        for (const auto& signer : *list.Get()) {
+            const std::string json = SignerJson(*signer, certificates);
+            if ((length += json.size()) > kMaxSigners)
+                throw CException("the list of signers is longer than 64 MiB");
+            told.AddRaw(json);
+        }
+        signers = std::move(told);
     } catch (CPKCS7_ERROR) {
     }
     void TakeRecipients(CPKCS7& file) try {

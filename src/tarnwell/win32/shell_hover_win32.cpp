@@ -1,6 +1,7 @@
 #include "tarnwell/win32/shell_hover.h"
 
 #include <algorithm>
+#include <map>
 #include <new>
 #include <optional>
 
@@ -20,12 +21,28 @@ struct Labels {
     CISOString signedOn;
 };
 
-void AppendSigner(CISOString& text, const Labels& labels, const SignerInfo& signer) {
+/// No screen shows a tip of that many octets. A file of a megabyte can ask for gigabytes, with one
+/// long name for thousands of signers.
+constexpr std::size_t kMaxTip = 1 << 20;
+
+/// "subject(issuer)" of each certificate, put together once for all the signers that share it.
+using CNames = std::map<const X509*, CISOString>;
+
+const CISOString& NamesIn(CNames& names, const X509* certificate) {
+    const auto [place, isNew] = names.try_emplace(certificate);
+    if (isNew)
+        place->second = GetNameLabel(X509_get_subject_name(certificate)) + "(" +
+                        GetNameLabel(X509_get_issuer_name(certificate)) + ")";
+    return place->second;
+}
+
+void AppendSigner(CISOString& text, const Labels& labels, CNames& names, const SignerInfo& signer) {
     if (!signer.certificate)  // no name to show, and a tip with half of the signers misleads
         throw CException("a signer's certificate is not in the file");
-    text += labels.signedBy + ": " + GetNameLabel(X509_get_subject_name(signer.certificate));
-    text += "(" + GetNameLabel(X509_get_issuer_name(signer.certificate)) + ")\n";
+    text += labels.signedBy + ": " + NamesIn(names, signer.certificate) + "\n";
     text += labels.signedOn + ": " + TimeToText(signer.signingTime);
+    if (text.Length() > kMaxTip)
+        throw CException("the signers' names are too long for a tip");
 }
 
 /// The tip in UTF-8; nothing for a file that is not signed.
@@ -36,13 +53,14 @@ std::optional<CISOString> TipText(const Lang& lang, const CUTF16String& path) {
     const CUniqueSignerList list = file->GetSigners(nullptr, nullptr);
     const CSignerList& signers = *list.Get();
     const Labels labels = {lang["tarnwellDLL.signed_by"], lang["tarnwellDLL.signed_on"]};
+    CNames names;
     CISOString text;
     for (std::size_t i = 0; i < signers.size(); ++i) {
         // Counted from 0, and right behind the time of the signer before: as every tip of the
         // suite has it.
         if (signers.size() > 1)
             text += "signer :" + FromNumber(i) + "\n";
-        AppendSigner(text, labels, *signers[i]);
+        AppendSigner(text, labels, names, *signers[i]);
     }
     return text;
 }

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <map>
 #include <utility>
 
@@ -19,13 +20,23 @@ constexpr CPKCS7_ERROR kNotReadable = CPKCS7_ERROR::ERROR_OPENSSL | CPKCS7_ERROR
 constexpr CPKCS7_ERROR kNoRecipients =
     CPKCS7_ERROR::ERROR_OPENSSL | CPKCS7_ERROR::GET_RECIPIENT_FAIL;
 
-/// The check of a signature takes up to some milliseconds, and a signer fits into 60 bytes of a
-/// file: beyond what any honest file has, none is checked.
+/// A signer fits into 60 bytes of a file, and the check of a signature takes a tenth of a
+/// millisecond, but 15 ms with a key made for that: beyond what any honest file has, and where the
+/// checks take so long altogether, none is checked.
 constexpr int kMaxVerified = 1000;
+constexpr std::chrono::seconds kMaxChecking{2};
 
 /// The certificates of the signed part of either signed type; null where the file has no set.
 STACK_OF(X509) * CertificateSet(PKCS7* p7) noexcept {
     return PKCS7_type_is_signed(p7) ? p7->d.sign->cert : p7->d.signed_and_enveloped->cert;
+}
+
+/// A copy with its key, which the file was parsed without.
+CUniqueX509 CopyWithKey(const X509* certificate) noexcept {
+    CUniqueOpenSslBytes der;
+    const int length = i2d_X509(certificate, der.Put());
+    const unsigned char* bytes = der.Get();
+    return CUniqueX509(length > 0 ? d2i_X509(nullptr, &bytes, length) : nullptr);
 }
 
 /// A file's certificates, to be found by the names that signers give them. A hostile file has
@@ -43,14 +54,16 @@ public:
         }
     }
 
-    /// Duplicate gives a reference to the copy; null where the file has no such certificate.
-    CUniqueX509 Duplicate(const PKCS7_ISSUER_AND_SERIAL& name) {
+    /// Duplicate gives a reference to the copy, which has its key if the first that asked for it
+    /// wanted one; null where the file has no such certificate.
+    CUniqueX509 Duplicate(const PKCS7_ISSUER_AND_SERIAL& name, bool withKey) {
         const auto found = m_entries.find({name.serial, name.issuer});
         if (found == m_entries.end())
             return CUniqueX509();
         Entry& entry = found->second;
         if (!entry.duplicate)
-            entry.duplicate.Reset(X509_dup(entry.certificate));
+            entry.duplicate =
+                withKey ? CopyWithKey(entry.certificate) : CUniqueX509(X509_dup(entry.certificate));
         return Share(entry.duplicate.Get());
     }
 
@@ -189,12 +202,14 @@ CUniqueSignerList CPKCS7::GetSigners(X509* certificate, EVP_PKEY* key) {
         Fail("Error when trying to get the certificat from the p7 file",
              CPKCS7_ERROR::ERROR_OPENSSL | CPKCS7_ERROR::GET_SIGNER_FAIL);
     CCertificatesByName certificates(CertificateSet(p7));
+    const auto end = std::chrono::steady_clock::now() + kMaxChecking;
     for (int i = 0; i < count; ++i) {
         PKCS7_SIGNER_INFO* signer = sk_PKCS7_SIGNER_INFO_value(signers, i);
-        CUniqueX509 own = certificates.Duplicate(*signer->issuer_and_serial);
+        const bool checks = i < kMaxVerified && std::chrono::steady_clock::now() < end;
+        CUniqueX509 own = certificates.Duplicate(*signer->issuer_and_serial, checks);
         auto info = std::make_unique<SignerInfo>();
         info->signingTime = SigningTime(signer);
-        info->verified = i < kMaxVerified && Verifies(content.Get(), p7, signer, own.Get());
+        info->verified = checks && Verifies(content.Get(), p7, signer, own.Get());
         info->certificate = own.Get();
         list.Get()->push_back(std::move(info));
         if (m_duplicates && own)

@@ -19,11 +19,6 @@ using namespace testing;
 
 constexpr char kDecodeFailed[] = "There was a problem when we tried decoding the data in the file.";
 
-/// The bytes of a file of the corpus.
-std::string SampleBytes(const std::string& name) {
-    return ReadBytes(TestDataPath("corpus/" + name));
-}
-
 /// The DER of a structure; "" for none.
 std::string Der(PKCS7* p7) {
     CUniqueOpenSslBytes bytes;

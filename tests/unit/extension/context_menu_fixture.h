@@ -160,7 +160,7 @@ protected:
 
     /// Container makes a file with the bytes of one of the corpus.
     std::wstring Container(const char* name, const std::string& original) const {
-        return folder.Write(name, ReadBytes(Sample(original))).wstring();
+        return folder.Write(name, SampleBytes(original)).wstring();
     }
 
     /// Box is the title and the text of a message, by their keys in the catalogue.

@@ -20,9 +20,4 @@ namespace tarnwell::test {
 using Microsoft::WRL::ComPtr;
 using Strings = std::vector<std::string>;
 
-/// Sample is the path of a file of the corpus.
-inline std::filesystem::path Sample(const std::string& name) {
-    return TestDataPath("corpus/" + name);
-}
-
 }  // namespace tarnwell::test

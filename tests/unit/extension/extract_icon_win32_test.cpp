@@ -31,7 +31,7 @@ protected:
     }
     /// Open takes a file with the bytes of one of the corpus and gives GetIconLocation's answer.
     HRESULT Open(const std::string& original, const char* name = "a.txt.p7") {
-        path = folder.Write(name, ReadBytes(Sample(original)));
+        path = folder.Write(name, SampleBytes(original));
         handler->Load(path.c_str(), 0);
         return handler->GetIconLocation(0, nullptr, 0, nullptr, nullptr);
     }

@@ -55,7 +55,7 @@ TEST(OpenSignedFile, WritesTheContentOfTheFirstSignedFileBesideItAndOpensIt) {
         s_opened.clear();
         s_shellResult = each.shell;
         if (each.file)
-            folder.Write(each.name, ReadBytes(Sample(each.file)));
+            folder.Write(each.name, SampleBytes(each.file));
         std::set<fs::path> expected = files(), opened;
         if (each.opened)
             opened.insert(folder / each.opened);
@@ -75,10 +75,9 @@ TEST(OpenSignedFile, WritesTheContentOfTheFirstSignedFileBesideItAndOpensIt) {
 
 TEST(OpenSignedFile, KeepsNothingOfTheFilesItOpened) {
     const CTempFolder folder;
-    const CUTF16String files[] = {
-        Utf16(folder.Write("a.txt.p7", ReadBytes(Sample("bc-rsa.p7")))),
-        Utf16(folder.Write("b.txt.p7", ReadBytes(Sample("bc-env-3des.p7m")))),
-        Utf16(folder.Write("c.txt.p7", ReadBytes(Sample("nonp7-html.p7"))))};
+    const CUTF16String files[] = {Utf16(folder.Write("a.txt.p7", SampleBytes("bc-rsa.p7"))),
+                                  Utf16(folder.Write("b.txt.p7", SampleBytes("bc-env-3des.p7m"))),
+                                  Utf16(folder.Write("c.txt.p7", SampleBytes("nonp7-html.p7")))};
     const ShellOpener failing = [](auto&) -> std::intptr_t { throw std::bad_alloc(); };
     // A lost structure or certificate a round would add much.
     ExpectNoGrowth(3, 100, [&] {

@@ -8,14 +8,11 @@
 namespace tarnwell::manager {
 namespace {
 
+using test::SampleBytes;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using enum CPKCS7_TYPE;
-
-std::string Sample(const std::string& name) {
-    return test::ReadBytes(test::TestDataPath("corpus/" + name));
-}
 
 /// A worker in a folder of its own, whose log and opened files a test can look at.
 class Worker : public testing::Test {
@@ -37,7 +34,7 @@ protected:
     std::string Read(std::string_view name) const { return test::ReadBytes(m_folder / name); }
 
     // To make an identity takes many seconds where every heap call is checked.
-    const std::string m_pem = Sample("keys/r1.pem");
+    const std::string m_pem = SampleBytes("keys/r1.pem");
     const Identity m_me = ReadIdentity({m_pem, m_pem, m_pem, m_pem});
     test::CTempFolder m_folder;
     std::string m_log;
@@ -104,10 +101,10 @@ TEST_F(Worker, WritesButDoesNotOpenWhatIsForgedOrAProgramOrOfNoKnownType) {
 
 TEST_F(Worker, DoesNotWriteWhatDoesNotDecrypt) {
     // The end of the file is the last cipher block: damaged, its padding is wrong.
-    std::string damaged = Sample("hand-env-1.p7m");
+    std::string damaged = SampleBytes("hand-env-1.p7m");
     damaged.back() = static_cast<char>(damaged.back() ^ 0x55);
     m_folder.Write("damaged.txt.p7", damaged);
-    m_folder.Write("foreign.txt.p7", Sample("ossl-env-aes256-1.p7m"));
+    m_folder.Write("foreign.txt.p7", SampleBytes("ossl-env-aes256-1.p7m"));
     EXPECT_EQ(Work(RECOVER, {"damaged.txt.p7", "foreign.txt.p7"}), 2u);
     EXPECT_FALSE(std::filesystem::exists(m_folder / "damaged.txt"));
     EXPECT_FALSE(std::filesystem::exists(m_folder / "foreign.txt"));

@@ -65,8 +65,7 @@ TEST(P7Tool, FailuresAreToldAsJsonAndInWords) {
     const std::string ec = Corpus("certs/ec384.der");
     const std::string sealed = Corpus("hand-env-1.p7m");
     folder.Write("blocked.txt/inside", "");
-    const std::string blocked =
-        Utf8(folder.Write("blocked.txt.p7", ReadBytes(Corpus("bc-rsa.p7"))));
+    const std::string blocked = Utf8(folder.Write("blocked.txt.p7", SampleBytes("bc-rsa.p7")));
     const struct {
         std::vector<std::string> words;
         int error;
@@ -96,9 +95,9 @@ TEST(P7Tool, FailuresAreToldAsJsonAndInWords) {
 TEST(P7Tool, SaysWhyNothingWasWrittenAndHelps) {
     const CTempFolder folder;
     folder.Write("a.txt", "signed content");
-    const auto detached = folder.Write("a.txt.p7", ReadBytes(Corpus("ossl-detached.p7")));
+    const auto detached = folder.Write("a.txt.p7", SampleBytes("ossl-detached.p7"));
     EXPECT_THAT(Called({"recover", Utf8(detached)}).err, HasSubstr("encloses no content"));
-    const auto bare = folder.Write("bare", ReadBytes(Corpus("bc-rsa.p7")));
+    const auto bare = folder.Write("bare", SampleBytes("bc-rsa.p7"));
     EXPECT_THAT(Called({"recover", Utf8(bare)}).err, HasSubstr("has no extension to take off"));
     EXPECT_THAT(Called({"--help"}).out, HasSubstr("Exit status"));
     EXPECT_THAT(Called({"--version"}).out, StartsWith("p7tool "));

@@ -58,5 +58,17 @@ TEST(ShellHover, TellsOfEverySignerOrOfNone) {
     EXPECT_EQ(handler->GetInfoFlags(nullptr), E_NOTIMPL);
 }
 
+// Which language and which archive a real installation gives is seen in its menus, end to end.
+TEST(CatalogueSource, TracesTheWayToTheLanguageAndTheArchive) {
+    const CTraceListener trace;
+    Lang lang;
+    EXPECT_FALSE(CCatalogueSource::System().LoadCatalogue(lang)) << "the tests are not installed";
+    for (const char* line :
+         {"enter Lang::Auto_set_local_language", "leave Lang::Auto_set_local_language",
+          "enter Lang::Auto_extract_Resource_File", "Kestrix resources file reading failed",
+          "leave Lang::Auto_extract_Resource_File"})
+        EXPECT_EQ(trace.Count(line), 1u) << line;
+}
+
 }  // namespace
 }  // namespace tarnwell::test

@@ -59,8 +59,9 @@ public:
     CPKCS7& operator=(const CPKCS7&) = delete;
 
     /// GetPKCS7 gives the parsed structure, reading the file at first and after each failure.
-    /// Throws CException if the file cannot be read, CPKCS7_ERROR 0x402 if it does not parse or is
-    /// longer than 2 GiB less one byte. The structure stays with the container.
+    /// Throws CException if the file cannot be read, CPKCS7_ERROR 0x402 if it does not parse, is
+    /// longer than 2 GiB less one byte, or has more than four million elements. The structure stays
+    /// with the container.
     PKCS7* GetPKCS7();
 
     /// GetType gives SIGN, ENCRYPT, SIGNENCRYPT or UNKNOWN; UNKNOWN too for a file that does not

@@ -6,6 +6,7 @@
 #include <array>
 #include <climits>
 
+#include "common/crypto/element_count.h"
 #include "common/crypto/short_time.h"
 #include "common/system/os/file_system.h"
 
@@ -111,6 +112,9 @@ private:
     std::vector<Field> m_entered;
 };
 
+/// More take gigabytes to parse. Enough for a content of 2 GiB in pieces of half a KiB.
+constexpr std::size_t kMaxElements = 4 << 20;
+
 /// No provider's property: what asks for it has no algorithms.
 char noProvider[] = "provider=none";
 
@@ -186,6 +190,8 @@ std::optional<ContentPlace> FindContent(std::span<const unsigned char> start,
 
 CUniquePkcs7 LoadPkcs7(std::span<unsigned char> file) {
     ERR_clear_error();
+    if (HasMoreElements(file, kMaxElements))
+        return CUniquePkcs7();
     CUniquePkcs7 p7 = Decode(file);
     if (p7)
         return p7;

@@ -20,7 +20,8 @@ namespace tarnwell {
 /// cannot be read, as ReadWholeFile does.
 CUniquePkcs7 LoadPkcs7(const CUTF16String& path);
 
-/// LoadPkcs7 parses what is in memory already; the bytes are not kept, and may be changed.
+/// LoadPkcs7 parses what is in memory already; the bytes are not kept, and may be changed. Gives
+/// none for more than four million elements, which no honest file has.
 CUniquePkcs7 LoadPkcs7(std::span<unsigned char> file);
 
 /// Where a signed file keeps its content, and the same file's beginning without it.

@@ -69,4 +69,7 @@ function(tarnwell_extension_dll name)
     add_library(${name} SHARED ${folder}/tarnwell.def $<TARGET_OBJECTS:tarnwell_resources>)
     set_target_properties(${name} PROPERTIES PREFIX "" LINKER_LANGUAGE CXX)
     target_link_libraries(${name} PRIVATE $<LINK_LIBRARY:WHOLE_ARCHIVE,tarnwell_extension>)
+    if(NOT TARNWELL_COVERAGE) # the counters are written when the process ends
+        target_link_options(${name} PRIVATE -Wl,--entry=EnterDll)
+    endif()
 endfunction()

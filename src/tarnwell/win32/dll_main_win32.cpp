@@ -23,16 +23,14 @@ HRESULT UpdateAndTell(ERegistryUpdate update) noexcept {
 /// Runs under the loader lock: it remembers the handle, tells the trace from when to when calls
 /// into another library are allowed, sees to what the compiler's libraries leave behind, and does
 /// nothing else.
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds) {
-    static CLibraryLeavings leavings(instance);  // the first of all, so the last to go
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+    static const CLibraryLeavings leavings(instance);  // the first of all, so the last to go
     if (reason == DLL_PROCESS_ATTACH) {
         Module().Attach(instance);
         DisableThreadLibraryCalls(instance);
         OpenTrace();
     } else if (reason == DLL_PROCESS_DETACH) {
         CloseTrace();
-        if (processEnds)
-            leavings.LeaveAll();
     }
     return TRUE;
 }

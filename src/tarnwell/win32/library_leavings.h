@@ -17,10 +17,6 @@ public:
     explicit CLibraryLeavings(HINSTANCE instance) noexcept : m_instance(instance) {}
     ~CLibraryLeavings();
 
-    /// LeaveAll has the destructor do nothing: the process ends, and the threads that it has killed
-    /// may have held the libraries' locks.
-    void LeaveAll() noexcept { m_instance = nullptr; }
-
     CLibraryLeavings(const CLibraryLeavings&) = delete;
     CLibraryLeavings& operator=(const CLibraryLeavings&) = delete;
 

@@ -55,8 +55,6 @@ void __freeres();  // gives back the reserve; no header declares it
 namespace tarnwell {
 
 CLibraryLeavings::~CLibraryLeavings() {
-    if (!m_instance)
-        return;
     __xl_f(m_instance, DLL_THREAD_DETACH, nullptr);
     for (std::atomic<DWORD>& slot : s_slots)
         if (const DWORD held = slot.load())

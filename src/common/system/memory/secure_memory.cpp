@@ -21,7 +21,7 @@ CSecureZones& Zones() noexcept {
 // the end of the process or when the module is unloaded.
 struct ZonesLifetime {
     ZonesLifetime() noexcept { Zones(); }
-    ~ZonesLifetime() { Zones().Close(); }
+    ~ZonesLifetime() { CloseSecureMemory(); }
 };
 [[gnu::init_priority(101)]] ZonesLifetime s_lifetime;
 
@@ -37,6 +37,10 @@ void* SecureAllocate32(std::size_t units) {
 
 void SecureFree(void* block) noexcept {
     Zones().Free(block);
+}
+
+void CloseSecureMemory() noexcept {
+    Zones().Close();
 }
 
 }  // namespace tarnwell

@@ -19,4 +19,8 @@ void* SecureAllocate32(std::size_t units);
 /// SecureFree wipes and takes back a block of either function; null is allowed.
 void SecureFree(void* block) noexcept;
 
+/// CloseSecureMemory wipes all zones and gives them back, as happens by itself when the program
+/// ends or the module is unloaded. For where the module's own destructors will not run.
+void CloseSecureMemory() noexcept;
+
 }  // namespace tarnwell

@@ -77,9 +77,10 @@ public:
 
     /// GetSigners reads the content once and lists the signers in the order of the file. An
     /// encrypted content is read only with both `certificate` and `key` (borrowed); without them
-    /// its signers are listed as not verified, as are all behind the thousandth, and those whose
-    /// turn has not come when the checks have taken two seconds. Throws CPKCS7_ERROR 0x55 for a
-    /// file without signatures, 0x52 for one without certificates, and what GetPKCS7 throws.
+    /// its signers are listed as not verified, as are all behind the thousandth, and those behind
+    /// the tenth whose turn has not come when the checks have taken two seconds. Throws
+    /// CPKCS7_ERROR 0x55 for a file without signatures, 0x52 for one without certificates, and what
+    /// GetPKCS7 throws.
     CUniqueSignerList GetSigners(X509* certificate, EVP_PKEY* key);
 
     /// GetRecipients gives the DER of each recipient's issuer and serial number in upper-case

@@ -28,7 +28,8 @@ std::filesystem::path CTempFolder::Write(std::string_view name, std::string_view
 }
 
 std::filesystem::path CTempFolder::WriteZeros(std::string_view name, std::uint64_t size) const {
-    return size == 0 ? Write(name, "") : WriteAt(name, size - 1, std::string_view("", 1));
+    const char last = '\0';
+    return size == 0 ? Write(name, "") : WriteAt(name, size - 1, {&last, 1});
 }
 
 std::filesystem::path CTempFolder::WriteAt(std::string_view name, std::uint64_t offset,

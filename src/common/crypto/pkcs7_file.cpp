@@ -116,7 +116,7 @@ private:
 constexpr std::size_t kMaxElements = 4 << 20;
 
 /// No provider's property: what asks for it has no algorithms.
-char noProvider[] = "provider=none";
+char s_noProvider[] = "provider=none";
 
 /// Parses a file and leaves the keys in its certificates alone. OpenSSL would decode all of them at
 /// once, and one on a curve made for that, of 700 bytes, takes it a fifth of a second.
@@ -124,7 +124,7 @@ CUniquePkcs7 Decode(std::span<const unsigned char> file) {
     PKCS7* empty = file.empty() ? nullptr : PKCS7_new();
     if (!empty)
         return CUniquePkcs7();
-    empty->ctx.propq = noProvider;
+    empty->ctx.propq = s_noProvider;
     const unsigned char* bytes = file.data();
     // Where it fails, it frees the empty one, but not the property.
     CUniquePkcs7 p7(d2i_PKCS7(&empty, &bytes, static_cast<long>(file.size())));

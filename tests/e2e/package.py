@@ -206,7 +206,9 @@ class Installation(unittest.TestCase):
     @staticmethod
     def restart():
         """Ends the machine; the next program starts it anew, with what was put off until then."""
-        run("bash", "-c", '. scripts/wine-env.sh && end_server "$TARNWELL_WINEPREFIX"')
+        # Asked with a signal of ours the server saves the registry first, however long that takes.
+        run("bash", "-c", '. scripts/wine-env.sh && export WINEPREFIX=$TARNWELL_WINEPREFIX && '
+            '"$wineserver" -k2 && timeout 60 "$wineserver" -w; end_server "$WINEPREFIX"')
         wine("cmd", "/c", "exit")
 
     @staticmethod

@@ -10,13 +10,15 @@
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
+# The preloader keeps addresses free that Wine needs. Without it the kernel puts the heap of one
+# program in some 3,000 onto one of them, and that program ends with 1 and without a word.
 declare -A packages=(
     [native]="
         ca-certificates debian-archive-keyring make perl python3 xz-utils
         cmake ninja-build ccache g++ googletest"
     [windows]="
         g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 librsvg2-bin zip
-        wine64 libgnutls30 fonts-liberation fonts-wine"
+        wine64 wine64-preloader libgnutls30 fonts-liberation fonts-wine"
     [test]="openssl gpgsm gpg-agent nginx-light curl zip unzip"
     [demo]="
         openssl xvfb openbox xdotool x11-xserver-utils imagemagick locales

@@ -33,7 +33,8 @@ end_server() {
     # A service that was only starting misses the server's word, and would hold on to the caller's
     # output for good.
     for process in /proc/[0-9]*; do
-        if [[ $process/exe -ef $wine || $process/exe -ef $wineserver ]] &&
+        if [[ $process/exe -ef $wine || $process/exe -ef $wine-preloader ||
+            $process/exe -ef $wineserver ]] &&
             grep -qzFx "WINEPREFIX=$1" "$process/environ" 2>/dev/null; then
             kill -KILL "${process#/proc/}" 2>/dev/null || true
         fi

@@ -201,20 +201,18 @@ class Installation(unittest.TestCase):
         self.assertFalse((drive() / "Program Files (x86)/Quorva").exists())
         self.assertEqual(self.products(), [])
         for key in (SOURCE_KEY, r"HKLM\SOFTWARE\Quorva\Tarnwell"):
-            self.assertNotEqual(wine("reg", "query", key, check=False).returncode, 0, key)
+            self.assertIsNone(registration.query(key), key)
 
     @staticmethod
     def restart():
         """Ends the machine; the next program starts it anew, with what was put off until then."""
-        # Asked with a signal of ours the server saves the registry first, however long that takes.
-        run("bash", "-c", '. scripts/wine-env.sh && export WINEPREFIX=$TARNWELL_WINEPREFIX && '
-            '"$wineserver" -k2 && timeout 60 "$wineserver" -w; end_server "$WINEPREFIX"')
+        run("bash", "-c", '. scripts/wine-env.sh && end_server "$TARNWELL_WINEPREFIX"')
         wine("cmd", "/c", "exit")
 
     @staticmethod
     def products() -> list:
-        answer = wine("reg", "query", registration.CLASSES + r"\Installer\Products", check=False)
-        return re.findall(r"\\Installer\\Products\\(\w{32})\s", answer.stdout)
+        records = registration.query(registration.CLASSES + r"\Installer\Products") or ""
+        return re.findall(r"\\Installer\\Products\\(\w{32})\s", records)
 
     @staticmethod
     def classes() -> dict:
@@ -232,7 +230,7 @@ class Installation(unittest.TestCase):
         registration.write_classes(before)
         self.msiexec("/i", NEW_PACKAGE)
         by_installer = self.classes()
-        source = wine("reg", "query", SOURCE_KEY).stdout
+        source = registration.query(SOURCE_KEY)
         self.assertRegex(source, r"EventMessageFile +REG_EXPAND_SZ +C:\\Program Files\\Quorva"
                          r"\\Tarnwell\\bin\\zelLog\.dll\s")
         self.assertRegex(source, r"TypesSupported +REG_DWORD +0x7\s")

@@ -63,6 +63,16 @@ def drive() -> pathlib.Path:
     return pathlib.Path(os.environ["TARNWELL_WINEPREFIX"]) / "drive_c"
 
 
+def query(key: str) -> str | None:
+    """What reg says of a key of the registry; nothing where there is no such key."""
+    answer = wine("reg", "query", key, check=False)
+    if answer.returncode == 0:
+        return answer.stdout
+    if "Unable to find the specified registry key" not in answer.stdout:
+        raise AssertionError(f"reg query {key} ended with {answer.returncode}: {answer.stdout}")
+    return None
+
+
 def classes() -> dict:
     """The machine's classes, all of them: their keys, with texts plain and other data as stored."""
     wine("reg", "export", CLASSES, "C:\\classes.reg", "/y")
